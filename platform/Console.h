@@ -1,0 +1,21 @@
+#pragma once
+
+// The console: printf-style output that is written through at once, and single keys without echo.
+//
+// Keys come from the terminal when standard input is one: it is switched to unbuffered input without echo at the first
+// question for a key, and put back as it was at every exit: the normal one, SIGINT, SIGTERM, SIGHUP, SIGQUIT and the
+// stop from the keyboard.  While the process is in the terminal's background no key comes and the terminal is left
+// alone.  Otherwise the bytes of the pipe or file are the keys.
+namespace platform {
+
+// Formats and writes to standard output.  When it returns every character has been handed to the operating system;
+// one call's text is never mixed with another's.  Failures are ignored, a reader that went away included.  Any thread.
+[[gnu::format(printf, 1, 2)]] void Print(const char* aFormat, ...);
+
+// Whether ReadKey would return a key at once.  False for ever once the input has ended.  One thread only, with ReadKey.
+bool KeyWaiting();
+
+// Waits for one key and returns it, 0 to 255; -1 at once when the input has ended, so that no key can come.
+int ReadKey();
+
+}  // namespace platform

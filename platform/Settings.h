@@ -1,0 +1,38 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+// Where settings come from: a section of an INI file and single numbers of the registry.
+namespace platform {
+
+// One section of an INI file, read whole at construction, by the rules of Windows' private profiles: section and key
+// names match without regard to case; blanks around names and values are dropped, and after that one pair of quotes
+// (" or ') around a value; lines that begin with ";" are comments; lines end in LF or CR LF; a byte-order mark at the
+// start of the file is skipped.  The first section of the name counts, and in it the first line of each key.  A file
+// that cannot be read is an empty section.
+class IniSection {
+public:
+    IniSection(const std::string& aPath, const char* aSection);
+
+    // The value of aKey; aDefault when the key is absent.
+    std::string GetText(const char* aKey, const char* aDefault) const;
+
+    // The whole number that the value begins with: an optional sign and digits, 0 when there are none, held at the
+    // limits of int.  aDefault when the key is absent or its value empty.
+    int GetNumber(const char* aKey, int aDefault) const;
+
+private:
+    std::map<std::string, std::string> cValues;  // by key in lower case
+};
+
+// A number of the registry below HKEY_LOCAL_MACHINE, for example ("SOFTWARE\\VESTRAL\\Drm\\Settings",
+// "PftSupportedErrors").  Elsewhere than on Windows the registry is one text file in the form that Windows' registry
+// editor exports ([HKEY_LOCAL_MACHINE\...] and "Name"=dword:0000000a): the file that the environment variable
+// VESTRAL_REGISTRY names, else /etc/vestral/registry.reg.  Key and value names match without regard to case.
+// Empty when the number cannot be read.
+std::optional<uint32_t> ReadRegistryNumber(const char* aKey, const char* aValueName);
+
+}  // namespace platform

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <fstream>
+#include <string>
+
+// The line format that INI files and registry exports share.  Internal to platform/.
+namespace platform {
+
+inline std::string Trimmed(const std::string& aText) {
+    const char* const lBlanks = " \t\r\v\f";
+    const size_t lFirst = aText.find_first_not_of(lBlanks);
+    return lFirst == std::string::npos ? "" : aText.substr(lFirst, aText.find_last_not_of(lBlanks) - lFirst + 1);
+}
+
+// Only A to Z, whatever the locale.
+inline std::string LowerCase(std::string aText) {
+    for (char& lCharacter : aText) {
+        if (lCharacter >= 'A' && lCharacter <= 'Z')
+            lCharacter = static_cast<char>(lCharacter - 'A' + 'a');
+    }
+    return aText;
+}
+
+// "[name]" or "name = value".
+struct TextLine {
+    bool mIsSection;
+    std::string mName;   // trimmed, in lower case
+    std::string mValue;  // trimmed; unchanged for a section
+};
+
+// The section and value lines of a file; all others are skipped, as are comments (";") and a UTF-8 byte-order mark.  A
+// file that cannot be read has no lines.
+class TextLines {
+public:
+    explicit TextLines(const std::string& aPath) : cFile(aPath, std::ios::binary) {}
+
+    // False at the end of the file.
+    bool Next(TextLine* aLine) {
+        std::string lText;
+        while (std::getline(cFile, lText)) {
+            if (cAtStart && lText.starts_with("\xEF\xBB\xBF"))
+                lText.erase(0, 3);
+            cAtStart = false;
+            if (Split(Trimmed(lText), aLine))
+                return true;
+        }
+        return false;
+    }
+
+private:
+    static bool Split(const std::string& aText, TextLine* aLine) {
+        const bool lBracket = aText.starts_with('[');
+        const size_t lEnd = aText.find(lBracket ? ']' : '=');
+        if (aText.starts_with(';') || lEnd == std::string::npos)
+            return false;
+        aLine->mIsSection = lBracket;
+        aLine->mName = LowerCase(Trimmed(aText.substr(lBracket ? 1 : 0, lEnd - (lBracket ? 1 : 0))));
+        if (!lBracket)
+            aLine->mValue = Trimmed(aText.substr(lEnd + 1));
+        return true;
+    }
+
+    std::ifstream cFile;
+    bool cAtStart = true;
+};
+
+}  // namespace platform

@@ -1,0 +1,203 @@
+#include "platform/Console.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "platform/Lock.h"
+
+namespace platform {
+
+namespace {
+
+void WriteOut(const char* aText, size_t aSize) {
+    static std::mutex& sMutex = *new std::mutex;  // never destroyed: tasks print while the process exits
+    const Lock lLock(sMutex);
+    // A reader that went away shall show as an error of write, not end the process.
+    [[maybe_unused]] static const auto sFormerAction = signal(SIGPIPE, SIG_IGN);
+    while (aSize > 0) {
+        const ssize_t lCount = write(STDOUT_FILENO, aText, aSize);
+        if (lCount >= 0) {
+            aText += lCount;
+            aSize -= static_cast<size_t>(lCount);
+        } else if (errno == EAGAIN) {
+            pollfd lOutput = {STDOUT_FILENO, POLLOUT, 0};
+            poll(&lOutput, 1, -1);
+        } else if (errno != EINTR) {
+            return;
+        }
+    }
+}
+
+// The terminal's state is shared by the thread that asks for keys and by signal handlers on any thread.  The holder has
+// all signals blocked, so that a handler never waits for the thread that it interrupted.
+class TerminalLock {
+public:
+    TerminalLock() {
+        sigset_t lAll;
+        sigfillset(&lAll);
+        pthread_sigmask(SIG_SETMASK, &lAll, &cFormerMask);
+        while (sHeld.test_and_set(std::memory_order_acquire))
+            poll(nullptr, 0, 1);
+    }
+    ~TerminalLock() {
+        sHeld.clear(std::memory_order_release);
+        pthread_sigmask(SIG_SETMASK, &cFormerMask, nullptr);
+    }
+    TerminalLock(const TerminalLock&) = delete;
+    TerminalLock& operator=(const TerminalLock&) = delete;
+
+private:
+    static std::atomic_flag sHeld;
+    sigset_t cFormerMask;
+};
+std::atomic_flag TerminalLock::sHeld;
+
+// Under TerminalLock, all four.
+termios sOriginal;       // what to put back, while sSwitched
+bool sSwitched = false;  // the terminal is as we made it
+bool sGuarded = false;   // the ways out are guarded
+bool sLeaving = false;   // the process exits: the terminal is left alone from now on
+
+bool InForeground() {
+    return tcgetpgrp(STDIN_FILENO) == getpgrp();
+}
+
+// Under TerminalLock; async-signal-safe.
+void PutBack() {
+    if (sSwitched && InForeground())
+        tcsetattr(STDIN_FILENO, TCSANOW, &sOriginal);
+    sSwitched = false;
+}
+
+void PutBackAtExit() {
+    const TerminalLock lLock;
+    PutBack();
+    sLeaving = true;
+}
+
+// Signal handler: puts the terminal back and lets the signal do what it does by default.  The lock is kept until then,
+// so that nobody switches the terminal again meanwhile; only a stop from the keyboard returns.
+void PutBackAndObey(int aSignal) {
+    const int lError = errno;
+    {
+        const TerminalLock lLock;
+        PutBack();
+        struct sigaction lDefault = {};
+        struct sigaction lOurs;
+        lDefault.sa_handler = SIG_DFL;
+        sigaction(aSignal, &lDefault, &lOurs);
+        raise(aSignal);
+        sigset_t lSignal;
+        sigemptyset(&lSignal);
+        sigaddset(&lSignal, aSignal);
+        pthread_sigmask(SIG_UNBLOCK, &lSignal, nullptr);  // acts here
+        sigaction(aSignal, &lOurs, nullptr);
+    }
+    errno = lError;
+}
+
+void GuardWaysOut() {
+    std::atexit(PutBackAtExit);
+    struct sigaction lAction = {};
+    lAction.sa_handler = PutBackAndObey;
+    lAction.sa_flags = SA_RESTART;
+    sigfillset(&lAction.sa_mask);
+    for (const int lSignal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGTSTP}) {
+        struct sigaction lFormer;
+        if (sigaction(lSignal, nullptr, &lFormer) == 0 && lFormer.sa_handler == SIG_DFL)
+            sigaction(lSignal, &lAction, nullptr);
+    }
+}
+
+// Whether standard input may be read: not from a terminal in whose background the process runs.  Any other terminal is
+// made to give single keys; again after each stop, since the shell may have changed it meanwhile.
+bool PrepareInput() {
+    const TerminalLock lLock;
+    termios lState;
+    if (tcgetattr(STDIN_FILENO, &lState) != 0)
+        return true;  // no terminal, or one that hung up: the read will tell
+    if (sLeaving || !InForeground())
+        return false;
+    if ((lState.c_lflag & (ICANON | ECHO)) == 0)
+        return true;
+    if (!std::exchange(sGuarded, true))
+        GuardWaysOut();
+    sOriginal = lState;
+    sSwitched = true;
+    lState.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+    lState.c_cc[VMIN] = 1;
+    lState.c_cc[VTIME] = 0;
+    tcsetattr(STDIN_FILENO, TCSANOW, &lState);
+    return true;
+}
+
+constexpr int NO_KEY = -1;
+
+// Of the one thread that asks for keys.
+int sKey = NO_KEY;  // read ahead
+bool sInputEnded = false;
+
+// Reads the next key ahead, waiting at most aMilliseconds for it.  That is also how the end of a pipe is noticed.
+void LookAhead(int aMilliseconds) {
+    if (sKey != NO_KEY || sInputEnded)
+        return;
+    if (!PrepareInput()) {
+        poll(nullptr, 0, aMilliseconds);
+        return;
+    }
+    pollfd lInput = {STDIN_FILENO, POLLIN, 0};
+    if (poll(&lInput, 1, aMilliseconds) <= 0 || !PrepareInput())
+        return;
+    unsigned char lByte = 0;
+    const ssize_t lCount = read(STDIN_FILENO, &lByte, 1);
+    if (lCount == 1)
+        sKey = lByte;
+    else
+        sInputEnded = lCount == 0 || (errno != EINTR && errno != EAGAIN);
+}
+
+}  // namespace
+
+void Print(const char* aFormat, ...) {
+    char lBuffer[512];
+    va_list lArguments;
+    va_start(lArguments, aFormat);
+    va_list lAgain;
+    va_copy(lAgain, lArguments);
+    const int lResult = std::vsnprintf(lBuffer, sizeof(lBuffer), aFormat, lArguments);
+    const size_t lSize = lResult < 0 ? 0 : static_cast<size_t>(lResult);
+    if (lSize < sizeof(lBuffer)) {
+        WriteOut(lBuffer, lSize);
+    } else {
+        std::string lText(lSize, '\0');
+        std::vsnprintf(lText.data(), lSize + 1, aFormat, lAgain);
+        WriteOut(lText.data(), lSize);
+    }
+    va_end(lAgain);
+    va_end(lArguments);
+}
+
+bool KeyWaiting() {
+    LookAhead(0);
+    return sKey != NO_KEY;
+}
+
+int ReadKey() {
+    // In slices, so that a process that was moved to the background meanwhile leaves the terminal's input alone.
+    while (sKey == NO_KEY && !sInputEnded)
+        LookAhead(100);
+    return std::exchange(sKey, NO_KEY);
+}
+
+}  // namespace platform

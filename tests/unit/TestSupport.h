@@ -1,0 +1,58 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "platform/Clock.h"
+
+// Whether the condition comes true; asks it every millisecond for ten seconds, which only a fault lasts.
+template <typename Condition>
+bool Eventually(Condition aCondition) {
+    for (int lWaited = 0; lWaited < 10000; ++lWaited) {
+        if (aCondition())
+            return true;
+        platform::Sleep(1);
+    }
+    return false;
+}
+
+// A UDP port for this process, so that tests may run side by side; below those that the system gives out.
+inline uint32_t TestPort() {
+    return 10000 + static_cast<uint32_t>(getpid()) % 20000;
+}
+
+// A new empty directory that is the current one while the object lives.
+class TestDirectory {
+public:
+    TestDirectory() : cBefore(std::filesystem::current_path()) {
+        std::string lName = (std::filesystem::temp_directory_path() / "tessavox-XXXXXX").string();
+        cPath = mkdtemp(lName.data());
+        std::filesystem::current_path(cPath);
+    }
+    ~TestDirectory() {
+        std::filesystem::current_path(cBefore);
+        std::filesystem::remove_all(cPath);
+    }
+    TestDirectory(const TestDirectory&) = delete;
+    TestDirectory& operator=(const TestDirectory&) = delete;
+
+    const std::filesystem::path& GetPath() const { return cPath; }
+
+private:
+    std::filesystem::path cBefore;
+    std::filesystem::path cPath;
+};
+
+// The lines of the trace file in the current directory.
+inline std::vector<std::string> TraceLines() {
+    std::ifstream lFile("ERR_SYS.tra");
+    std::vector<std::string> lLines;
+    for (std::string lLine; std::getline(lFile, lLine);)
+        lLines.push_back(lLine);
+    return lLines;
+}
