@@ -1,0 +1,106 @@
+#include "Networking/AFLayer.h"
+
+#include "platform/Console.h"
+#include "runtime/Trace.h"
+
+AFLayer::AFLayer() : ciQueue(AF_QUEUE_SIZE), ciCRC(CRC16_POLYNOMIAL, true) {
+    ciOverhead = AF_OVERHEAD;
+}
+
+void AFLayer::NewPacket(uint32_t aCapacity) {
+    ciPacket = std::make_unique<AFPacket>(aCapacity, ciMajorVersion, ciMinorVersion);
+    ciPacket->SetCRCEngine(&ciCRC);
+    ciPacket->cPayloadProtocol = ciPayloadProtocol;
+}
+
+uint32_t AFLayer::Send(Packet* apPacket) {
+    if (!IsThisTagRegistered(apPacket->cProtocol))
+        return Fail(LAYER_TAG_NOT_REGISTERED);
+    if (apPacket->GetSize() > ciMaxPacketSize)
+        return Fail(LAYER_PACKET_TOO_BIG);
+    NewPacket(AF_OVERHEAD + apPacket->GetSize());
+    ciPayloadProtocol[0] = apPacket->cProtocol[0];
+    if (ciPacket->WritePayload(apPacket->GetSize(), apPacket->cData) != 1)
+        return Fail(ciPacket->GetError());
+    ciPacket->SetHeader(ciSequence, ciUseCRC);
+    ciPacket->SetCRC(ciUseCRC);
+    if (ciLowerLayer->Send(ciPacket.get()) != 1)
+        return FailAsBelow();
+    ++ciSequence;
+    return 1;
+}
+
+uint32_t AFLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {
+    if (TakeFromQueue(apOut))
+        return 1;
+    NewPacket(0);
+    for (;;) {
+        const uint32_t lResult = ciLowerLayer->Receive(ciPacket.get(), apTimeOut, 0);
+        if (lResult == 0)
+            FailAsBelow();
+        if (lResult == 0 || lResult == 2)
+            return LoseSynchronisation(lResult);
+        CHECK_INVARIANT_AS(lResult == 1, "0");
+        if (lResult != 1)
+            continue;
+        if (ciPacket->Parse() != 1) {
+            platform::Print("AF Packet Parsing Failed\n");
+            ciQueue.Clear();
+            return 0;
+        }
+        if (!IsThisTagRegistered(ciPayloadProtocol)) {
+            cBrake.Useless(RetryBrake::SILENT, apTimeOut);
+            continue;
+        }
+        cBrake.Useful();
+        const uint16_t lSequence = ciPacket->GetSequence();
+        if (ciState != SYNCHRONISED) {
+            ciSequence = lSequence;
+            ciState = SYNCHRONISED;
+        }
+        switch (ciFileMode ? Verdict::EXPECTED : Judge(lSequence)) {
+            case Verdict::EXPECTED:
+                apOut->SharePayload(ciPacket.get());
+                ++ciSequence;
+                return 1;
+            case Verdict::EARLY:
+                ciQueue.Insert(ciPacket.get(), lSequence, 0, 1);  // dropped when the queue is full
+                break;
+            case Verdict::OUT_OF_SEQUENCE:
+                return LoseSynchronisation(0);
+        }
+    }
+}
+
+bool AFLayer::TakeFromQueue(Packet* apOut) {
+    if (ciQueue.IsEmpty() || ciQueue.PeekSequence() != ciSequence)
+        return false;
+    Packet* lpStored = nullptr;
+    uint32_t lSequence = 0;
+    uint32_t lIndex = 0;
+    uint32_t lExtra = 0;
+    ciQueue.GetFirst(&lpStored, &lSequence, &lIndex, &lExtra);
+    // The queue holds what Parse accepted, so header and CRC are there, under the name of the payload's protocol.
+    ciPayloadProtocol[0] = lpStored->cProtocol[0];
+    lpStored->cPayload = lpStored->cData + AF_HEADER_SIZE;
+    lpStored->cPayloadSize = lpStored->GetSize() - AF_OVERHEAD;
+    lpStored->cPayloadProtocol = ciPayloadProtocol;
+    apOut->SharePayload(lpStored);
+    ++ciSequence;
+    return true;
+}
+
+uint32_t AFLayer::LoseSynchronisation(uint32_t aResult) {
+    ciQueue.Clear();
+    ciState = NOT_SYNCHRONISED;
+    return aResult;
+}
+
+AFLayer::Verdict AFLayer::Judge(uint16_t aSequence) const {
+    if (aSequence == ciSequence)
+        return Verdict::EXPECTED;
+    if (aSequence > ciSequence)
+        return aSequence - ciSequence <= static_cast<int>(AF_QUEUE_SIZE) ? Verdict::EARLY : Verdict::OUT_OF_SEQUENCE;
+    // Far behind is ahead, across the wrap.
+    return ciSequence - aSequence < static_cast<int>(AF_QUEUE_SIZE) ? Verdict::OUT_OF_SEQUENCE : Verdict::EARLY;
+}

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "Networking/Packet.h"
+
+// A copy of a packet's valid bytes that owns its protocol names too: they go with it.
+class NamedPacket : public Packet {
+public:
+    // A null name becomes the empty one.
+    NamedPacket(const Packet& aSource, const char* apProtocol, const char* apPayloadProtocol)
+        : Packet(aSource.GetSize()),
+          cProtocolName(apProtocol != nullptr ? apProtocol : ""),
+          cPayloadProtocolName(apPayloadProtocol != nullptr ? apPayloadProtocol : "") {
+        Write(aSource.GetSize(), aSource.cData);
+        cProtocol = cProtocolName.c_str();
+        cPayloadProtocol = cPayloadProtocolName.data();
+        cPayloadSize = aSource.cPayloadSize;
+    }
+    NamedPacket(const NamedPacket&) = delete;
+
+private:
+    const std::string cProtocolName;
+    std::string cPayloadProtocolName;
+};

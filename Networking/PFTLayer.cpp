@@ -1,0 +1,381 @@
+#include "Networking/PFTLayer.h"
+
+#include <algorithm>
+#include <vector>
+
+#include "Networking/AFPacket.h"
+#include "platform/Clock.h"
+#include "platform/Console.h"
+#include "platform/Settings.h"
+#include "runtime/Trace.h"
+
+namespace {
+
+constexpr uint32_t MAX_SUPPORTED_ERRORS = 7;
+
+uint32_t ReadSupportedErrors() {
+    const auto lValue = platform::ReadRegistryNumber("SOFTWARE\\VESTRAL\\Drm\\Settings", "PftSupportedErrors");
+    return std::clamp<uint32_t>(lValue.value_or(1), 1, MAX_SUPPORTED_ERRORS);
+}
+
+}  // namespace
+
+PFTLayer::PFTLayer()
+    : ciSupportedErrors(ReadSupportedErrors()),
+      cpcQueue(PFT_QUEUE_SIZE),
+      cpcTempPacket(PFT_TEMP_PACKET_SIZE),
+      cpcCRC(PFTPacket::SharedEngine()) {
+    ciOverhead = PFT_HEADER_SIZE;
+    cpcTempPacket.cProtocol = ciReassembledTag;
+}
+
+void PFTLayer::SetAddressing(uint32_t aOn) {
+    if (aOn == 1 && ciAddressing != 1)
+        ciOverhead += PFT_ADDRESS_SIZE;
+    ciAddressing = aOn;
+    if (ciMaxPacketSize != LAYER_FIXED_MAX_PACKET_SIZE)
+        DeriveMaxPacketSize();
+}
+
+void PFTLayer::SetMode(uint32_t aMode) {
+    ciMode = aMode;
+    if (aMode == PFT_MODE_FRAGMENT) {
+        ciMaxPacketSize = LAYER_FIXED_MAX_PACKET_SIZE;
+    } else {
+        cidwFIDXIndex = 0;
+        cidwFCount = 1;
+        DeriveMaxPacketSize();
+    }
+}
+
+// Sending
+
+uint32_t PFTLayer::Send(Packet* apPacket) {
+    if (!IsThisTagRegistered(apPacket->cProtocol))
+        return Fail(LAYER_TAG_NOT_REGISTERED);
+    PFTPacket::spcCRCEngine = cpcCRC;
+    if (ciMode == PFT_MODE_FRAGMENT)
+        return SendFragments(apPacket);
+    return ciLowerLayer->Send(apPacket) == 1 ? 1 : FailAsBelow();
+}
+
+uint32_t PFTLayer::SendFragments(Packet* apPacket) {
+    const uint32_t lLowerSize = ciLowerLayer->ciMaxPacketSize;
+    if (lLowerSize <= ciOverhead)
+        return Fail(PACKET_WRITE_OVERFLOW);
+    const uint32_t lFragmentSize = lLowerSize - ciOverhead;
+    const uint32_t lSize = apPacket->GetSize();
+    cidwFCount = std::max<uint32_t>((lSize + lFragmentSize - 1) / lFragmentSize, 1);
+    const auto lPause = static_cast<uint32_t>(static_cast<double>(PFT_SPREAD_TIME) / cidwFCount);
+    apPacket->Rewind();
+    for (cidwFIDXIndex = 0; cidwFIDXIndex + 1 < cidwFCount; ++cidwFIDXIndex) {
+        if (SendFragment(apPacket, lFragmentSize) != 1)
+            return 0;
+        if (lPause > 0)
+            platform::Sleep(lPause);
+    }
+    const uint32_t lRest = lSize % lFragmentSize;
+    if (SendFragment(apPacket, lRest != 0 ? lRest : lFragmentSize) != 1)
+        return 0;
+    ++ciwPSeq;
+    return 1;
+}
+
+uint32_t PFTLayer::SendFragment(Packet* apPacket, uint32_t aSize) {
+    std::vector<unsigned char> lBytes(aSize);
+    if (apPacket->Read(aSize, lBytes.data()) != 1)
+        return Fail(apPacket->GetError());
+    PFTPacket lFragment(ciOverhead + aSize);
+    if (ciAddressing == 1)
+        lFragment.SetAddresses(ciwSource, ciwDestination);
+    if (lFragment.WritePayload(aSize, lBytes.data()) != 1 ||
+        lFragment.SetHeader(ciwPSeq, cidwFIDXIndex, cidwFCount) != 1)
+        return Fail(lFragment.GetError());
+    return ciLowerLayer->Send(&lFragment) == 1 ? 1 : FailAsBelow();
+}
+
+// Receiving
+
+uint32_t PFTLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {
+    cpcFragment = std::make_unique<PFTPacket>(0);
+    cpcFragment->cPayloadProtocol = ciReassembledTag;
+    PFTPacket::spcCRCEngine = cpcCRC;
+    cpcTempPacket.Rewind();
+    cpcTempPacket.SetSize(0);
+    ResetSubPackets();
+    cPacketHasParity = false;
+
+    Outcome lOutcome = Outcome::GO_ON;
+    while (ciRxState != RX_COMPLETE && lOutcome == Outcome::GO_ON) {
+        switch (ciRxState) {
+            case RX_WAIT_FIRST:
+                lOutcome = WaitFirst(apTimeOut);
+                break;
+            case RX_WAIT_NEXT:
+                lOutcome = WaitNext(apTimeOut);
+                break;
+            case RX_GAP:
+                LeaveGap();
+                break;
+            default:
+                CHECK_INVARIANT_AS(ciRxState == RX_RESET, "0");
+                cpcQueue.Clear();
+                ciRxState = RX_WAIT_FIRST;
+                break;
+        }
+    }
+    if (lOutcome != Outcome::GO_ON) {
+        ciRxState = RX_RESET;
+        return lOutcome == Outcome::TIMED_OUT ? 2 : 0;
+    }
+    return Deliver(apOut);
+}
+
+uint32_t PFTLayer::Deliver(Packet* apOut) {
+    const uint32_t lMissing = AssembleSubPackets(&cpcTempPacket);
+    CHECK_INVARIANT_AS(cpcTempPacket.GetSize() != 0, "cpcTempPacket->GetSize()!=0");
+    // Parity interleaves the bytes even of a packet that lacks nothing, and there is no decoder here to undo it.
+    if (cPacketHasParity || lMissing > 0) {
+        ciRxState = RX_RESET;
+        return 0;
+    }
+    const bool lHasTag = cpcTempPacket.GetSize() >= 2;
+    ciReassembledTag[0] = lHasTag ? static_cast<char>(cpcTempPacket.cData[0]) : '\0';
+    ciReassembledTag[1] = lHasTag ? static_cast<char>(cpcTempPacket.cData[1]) : '\0';
+    apOut->Share(&cpcTempPacket);
+    ciRxState = RX_WAIT_NEXT;
+    return 1;
+}
+
+PFTLayer::Outcome PFTLayer::WaitFirst(uint32_t* apTimeOut) {
+    switch (ReceiveFirst(apTimeOut)) {
+        case Step::FIRST:
+            cBrake.Useful();
+            ciRxState = StoreFragment() ? RX_COMPLETE : RX_WAIT_NEXT;
+            break;
+        case Step::NOT_FIRST:
+            cBrake.Useless(RetryBrake::SILENT, apTimeOut);
+            break;
+        case Step::FAILED:
+            CHECK_INVARIANT_AS(false, "0");
+            cBrake.Useless(RetryBrake::REPORTED, apTimeOut);
+            break;
+        default:  // a time-out
+            break;
+    }
+    return Outcome::GO_ON;
+}
+
+PFTLayer::Outcome PFTLayer::WaitNext(uint32_t* apTimeOut) {
+    switch (ReceiveNext(apTimeOut)) {
+        case Step::STORED:
+            cBrake.Useful();
+            if (StoreFragment())
+                ciRxState = RX_COMPLETE;
+            else if (cidwFIDXIndex == 0)
+                return Outcome::LOST;  // the packet's last fragment has passed: it never gets complete
+            break;
+        case Step::EARLY:
+            QueueFragment(apTimeOut);
+            if (cpcQueue.GetCount() >= PFT_QUEUE_PATIENCE)
+                ciRxState = RX_GAP;
+            break;
+        case Step::FAILED:
+            CHECK_INVARIANT_AS(false, "0");
+            cBrake.Useless(RetryBrake::REPORTED, apTimeOut);
+            break;
+        case Step::TIMED_OUT:
+            return Outcome::TIMED_OUT;
+        default:  // far away
+            return Outcome::LOST;
+    }
+    return Outcome::GO_ON;
+}
+
+// The expected fragment is lost.  With parity it leaves a gap to be repaired, without the packet goes on to wait.
+void PFTLayer::LeaveGap() {
+    cPacketHasParity = cpcFragment->GetFEC();
+    if (cPacketHasParity) {
+        AddSubPacket(nullptr);
+        if (cidwFCount == PFT_UNKNOWN_COUNT) {
+            CHECK_INVARIANT_AS(cidwFIDXIndex == 0, "cidwFIDXIndex==0");
+            ++cidwFIDXIndex;
+        } else {
+            AdvancePosition();
+        }
+    }
+    if (cidwFIDXIndex != 0)
+        ciRxState = RX_WAIT_NEXT;
+    else
+        ciRxState = cSubPacketTotal > 0 && cSubPacketSize > 0 ? RX_COMPLETE : RX_RESET;
+}
+
+PFTLayer::Step PFTLayer::ReceiveFirst(uint32_t* apTimeOut) {
+    const uint32_t lResult = ciLowerLayer->Receive(cpcFragment.get(), apTimeOut, 0);
+    if (lResult == 0)
+        FailAsBelow();
+    if (lResult != 1)
+        return lResult == 2 ? Step::TIMED_OUT : Step::FAILED;
+    if (IsWholePacket())
+        return Step::FIRST;
+    if (cpcFragment->Parse() != 1)
+        return Step::FAILED;
+    if (cpcFragment->GetFindex() != 0)
+        return Step::NOT_FIRST;
+    ciwPSeq = cpcFragment->GetPSeq();
+    cidwFCount = cpcFragment->GetFcount();
+    cidwFIDXIndex = 0;
+    AdvancePosition();
+    return Step::FIRST;
+}
+
+PFTLayer::Step PFTLayer::ReceiveNext(uint32_t* apTimeOut) {
+    if (CheckQueue())
+        return Step::STORED;
+    const uint32_t lResult = ciLowerLayer->Receive(cpcFragment.get(), apTimeOut, 0);
+    if (lResult == 0)
+        FailAsBelow();
+    if (lResult != 1)
+        return lResult == 2 ? Step::TIMED_OUT : Step::FAILED;
+    if (IsWholePacket()) {
+        // It is a packet of its own; what was collected of another one is given up.
+        ResetSubPackets();
+        cidwFIDXIndex = 0;
+        return Step::STORED;
+    }
+    if (cpcFragment->Parse() != 1)
+        return Step::FAILED;
+    if (cpcFragment->GetFindex() == cidwFIDXIndex && cpcFragment->GetPSeq() == ciwPSeq) {
+        cidwFCount = cpcFragment->GetFcount();
+        AdvancePosition();
+        return Step::STORED;
+    }
+    return IsFar(cpcFragment->GetPSeq(), cpcFragment->GetFindex()) ? Step::FAR : Step::EARLY;
+}
+
+// Takes the fragment at the expected position from the queue.  A far one at its front is dropped.
+bool PFTLayer::CheckQueue() {
+    if (cpcQueue.IsEmpty())
+        return false;
+    const uint32_t lPSeq = cpcQueue.PeekSequence();
+    const uint32_t lFindex = cpcQueue.PeekIndex();
+    const bool lExpected = lPSeq == ciwPSeq && lFindex == cidwFIDXIndex;
+    if (!lExpected && !IsFar(lPSeq, lFindex))
+        return false;
+    Packet* lpStored = nullptr;
+    uint32_t lSequence = 0;
+    uint32_t lIndex = 0;
+    uint32_t lFcount = 0;
+    cpcQueue.GetFirst(&lpStored, &lSequence, &lIndex, &lFcount);
+    if (!lExpected)
+        return false;
+    cidwFCount = lFcount;
+    cpcFragment->Rewind();
+    cpcFragment->SetSize(0);
+    cpcFragment->Share(lpStored);
+    cpcFragment->Parse();
+    AdvancePosition();
+    return true;
+}
+
+void PFTLayer::QueueFragment(uint32_t* apTimeOut) {
+    cpcFragment->Rewind();
+    const bool lStored = cpcQueue.Insert(cpcFragment.get(), cpcFragment->GetPSeq(), cpcFragment->GetFindex(),
+                                         cpcFragment->GetFcount()) == 1;
+    CHECK_INVARIANT_AS(lStored, "res==SUCCESSFUL");
+    cBrake.Useless(lStored ? RetryBrake::SILENT : RetryBrake::REPORTED, apTimeOut);
+}
+
+// The distance is counted in fragments, as if every packet between had cidwFCount of them; 32 bits, wrapping.
+bool PFTLayer::IsFar(uint32_t aPSeq, uint32_t aFindex) const {
+    const auto lAhead = static_cast<uint16_t>(aPSeq - ciwPSeq);
+    const auto lBehind = static_cast<uint16_t>(ciwPSeq - aPSeq);
+    if (lAhead == 0)
+        return aFindex - cidwFIDXIndex > PFT_MAX_DISTANCE;
+    if (lAhead < 0x8000)
+        return cidwFCount * lAhead - cidwFIDXIndex + aFindex > PFT_MAX_DISTANCE;
+    return cidwFCount * lBehind + cidwFIDXIndex - aFindex > PFT_MAX_DISTANCE;
+}
+
+void PFTLayer::AdvancePosition() {
+    cidwFIDXIndex = (cidwFIDXIndex + 1) % cidwFCount;
+    if (cidwFIDXIndex == 0)
+        ++ciwPSeq;
+}
+
+// Puts the fragment or whole packet in hand into the list; whether the packet is complete now.
+bool PFTLayer::StoreFragment() {
+    cPacketHasParity = !IsWholePacket() && cpcFragment->GetFEC();
+    return AddSubPacket(cpcFragment.get());
+}
+
+bool PFTLayer::AddSubPacket(const PFTPacket* apFragment) {
+    if (cSubPacketCurrent >= PFT_MAX_SUB_PACKETS)
+        return false;
+    auto& lEntry = cSubPacketList[cSubPacketCurrent];
+    if (apFragment != nullptr && IsWholePacket()) {
+        auto lWhole = std::make_unique<AFPacket>(apFragment->GetSize(), uint8_t{1}, uint8_t{0});
+        lWhole->SetCRCEngine(cpcCRC);
+        lWhole->SetSize(0);
+        lWhole->Write(apFragment->GetSize(), apFragment->cData);
+        lEntry = std::move(lWhole);
+        cSubPacketTotal = 1;
+        return true;
+    }
+    if (apFragment == nullptr) {
+        lEntry = nullptr;
+    } else {
+        auto lCopy = std::make_unique<PFTPacket>(apFragment->GetSize());
+        lCopy->SetSize(0);
+        lCopy->Write(apFragment->GetSize(), apFragment->cData);
+        CHECK_INVARIANT_AS(lCopy->Parse() == 1, "cSubPacketList[cSubPacketCurrent]->Parse()==SUCCESSFUL");
+        if (cSubPacketTotal == -1) {
+            cSubPacketTotal = static_cast<int32_t>(lCopy->GetFcount());
+            if (cSubPacketTotal <= 0)
+                platform::Print("508:cSubPacketTotal<=0");
+        }
+        if (cSubPacketSize == -1) {
+            cSubPacketSize = static_cast<int32_t>(lCopy->cPayloadSize);
+            CHECK_INVARIANT_AS(cSubPacketSize > 0, "cSubPacketSize>0");
+        }
+        lEntry = std::move(lCopy);
+    }
+    ++cSubPacketCurrent;
+    if (static_cast<int64_t>(cSubPacketCurrent) != cSubPacketTotal)
+        return false;
+    CHECK_INVARIANT_AS(cSubPacketTotal > 0, "cSubPacketTotal>0");
+    return true;
+}
+
+// Joins the list's payloads; returns how many fragments are missing.  Their places are filled up.
+uint32_t PFTLayer::AssembleSubPackets(Packet* apTemp) {
+    uint32_t lMissing = 0;
+    if (IsWholePacket()) {
+        const Packet* const lpWhole = cSubPacketList[0].get();
+        if (lpWhole == nullptr)
+            return 1;
+        CHECK_INVARIANT_AS(apTemp->Write(lpWhole->GetSize(), lpWhole->cData) == 1, "0");
+    } else if (cSubPacketTotal > 0 && cSubPacketSize > 0) {
+        const std::vector<unsigned char> lFiller(static_cast<size_t>(cSubPacketSize));
+        const auto lTotal = std::min(static_cast<uint32_t>(cSubPacketTotal), PFT_MAX_SUB_PACKETS);
+        lMissing = static_cast<uint32_t>(cSubPacketTotal) - lTotal;
+        for (uint32_t lIndex = 0; lIndex < lTotal; ++lIndex) {
+            const Packet* const lpFragment = cSubPacketList[lIndex].get();
+            const uint32_t lWritten = lpFragment != nullptr
+                                          ? apTemp->Write(lpFragment->cPayloadSize, lpFragment->cPayload)
+                                          : apTemp->Write(static_cast<uint32_t>(lFiller.size()), lFiller.data());
+            CHECK_INVARIANT_AS(lWritten == 1, "0");
+            lMissing += lpFragment == nullptr ? 1 : 0;
+        }
+    }
+    ResetSubPackets();
+    return lMissing;
+}
+
+void PFTLayer::ResetSubPackets() {
+    for (auto& lEntry : cSubPacketList)
+        lEntry = nullptr;
+    cSubPacketCurrent = 0;
+    cSubPacketTotal = -1;
+    cSubPacketSize = -1;
+}

@@ -1,0 +1,79 @@
+#include "Networking/PacketFifo.h"
+
+#include <atomic>
+#include <cstdio>
+
+#include "Networking/NamedPacket.h"
+#include "platform/Console.h"
+#include "platform/Thread.h"
+#include "runtime/Trace.h"
+
+namespace {
+
+std::atomic<uint32_t> sFifoCount = 0;
+
+void CheckStatus(rtems_status_code liStatusCode) {
+    CHECK_INVARIANT(liStatusCode == RTEMS_SUCCESSFUL);
+}
+
+}  // namespace
+
+// Holds the list for a scope.  Not stoppable meanwhile: the other side would wait for a suspended task.
+class PacketFifo::Access {
+public:
+    explicit Access(PacketFifo& aFifo) : cFifo(aFifo) { CheckStatus(cFifo.ciAccessSemaphore->obtain(RTEMS_WAIT)); }
+    ~Access() { CheckStatus(cFifo.ciAccessSemaphore->release()); }
+    Access(const Access&) = delete;
+    Access& operator=(const Access&) = delete;
+
+private:
+    platform::StopGuard cGuard;
+    PacketFifo& cFifo;
+};
+
+PacketFifo::PacketFifo(uint32_t aCapacity) : cCapacity(aCapacity) {
+    const uint32_t lNumber = sFifoCount++;
+    char lName[16] = "PFI0";
+    lName[3] = static_cast<char>(lName[3] + lNumber);
+    ciSemaphore = std::make_unique<rtemsSemaphore>(lName, 0, 0, 0, 0, 0, 0, 0);
+    CHECK_INVARIANT_AS(ciSemaphore != nullptr, "ciSemaphore!=0");
+    CHECK_INVARIANT(ciSemaphore->successful());
+    std::snprintf(lName, sizeof lName, "ASE%d", static_cast<int>(lNumber));
+    ciAccessSemaphore = std::make_unique<rtemsSemaphore>(lName, 0, 1, 0, RTEMS_BINARY_SEMAPHORE, 0, 0, 0);
+    CHECK_INVARIANT_AS(ciAccessSemaphore != nullptr, "ciAccessSemaphore!=0");
+    CHECK_INVARIANT(ciAccessSemaphore->successful());
+}
+
+uint32_t PacketFifo::Put(const Packet* apPacket) {
+    auto lCopy = std::make_unique<NamedPacket>(*apPacket, apPacket->cProtocol, apPacket->cPayloadProtocol);
+    {
+        const Access lAccess(*this);
+        if (cCapacity != 0 && cList.size() >= cCapacity)
+            return 0;
+        cList.push_back(std::move(lCopy));
+    }
+    CheckStatus(ciSemaphore->release());
+    return 1;
+}
+
+uint32_t PacketFifo::Get(Packet** appOut, uint32_t aTimeOut) {
+    const rtems_status_code lStatus = aTimeOut == FIFO_NO_WAIT ? ciSemaphore->obtain(RTEMS_NO_WAIT)
+                                                               : ciSemaphore->obtain(RTEMS_WAIT, aTimeOut * 1000);
+    if (lStatus == RTEMS_TIMEOUT) {
+        platform::Print("TIME_OUT on ciSemaphore->obtain\n");
+        return 2;
+    }
+    CheckStatus(lStatus);
+    *appOut = nullptr;
+    const Access lAccess(*this);
+    if (!cList.empty()) {
+        *appOut = cList.front().release();
+        cList.pop_front();
+    }
+    return 1;
+}
+
+uint32_t PacketFifo::GetCount() {
+    const Access lAccess(*this);
+    return static_cast<uint32_t>(cList.size());
+}

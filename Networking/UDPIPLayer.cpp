@@ -1,0 +1,152 @@
+#include "Networking/UDPIPLayer.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <utility>
+
+#include "Networking/RetryBrake.h"
+#include "platform/Clock.h"
+#include "platform/Console.h"
+#include "runtime/Trace.h"
+
+namespace {
+
+constexpr uint32_t ANY_ADDRESS = 0;
+constexpr uint32_t LOOPBACK_ADDRESS = 0x7F000001;
+
+enum SocketState : uint32_t { CLOSED = 0, OPEN = 1 };
+
+bool IsMulticast(uint32_t aAddress) {
+    return aAddress >> 28 == 0xE;
+}
+
+}  // namespace
+
+UDPIPLayer::UDPIPLayer() : cpcReceivePacket(UDP_MAX_PACKET_SIZE) {
+    ciMaxPacketSize = UDP_MAX_PACKET_SIZE;
+    ciState = CLOSED;
+    cpcReceivePacket.cProtocol = ciReceivedTag;
+}
+
+uint32_t UDPIPLayer::OpenSocket(uint32_t aDirection, uint32_t aPort, const char* apAddress, uint32_t aLocalInterface) {
+    ciPort = aPort & 0xFFFF;
+    if (ciState == OPEN) {
+        platform::Print("closesocket in opensocket\n");
+        CloseSocket();
+    }
+    if (aPort < UDP_FIRST_PORT)
+        return Fail(UDP_INVALID_PORT);
+    if (apAddress != nullptr && std::strlen(apAddress) > UDP_MAX_ADDRESS_LENGTH)
+        return Fail(UDP_INVALID_ADDRESS);
+    std::snprintf(ciAddress, sizeof ciAddress, "%s", apAddress != nullptr ? apAddress : "");
+
+    if (!ciSocket.Create()) {
+        platform::Print("Allocating socket failed. Error: %d", ciSocket.GetLastError());
+        return Fail(UDP_SOCKET_FAILED);
+    }
+    if (!ConnectOrBind(aDirection, apAddress, aLocalInterface)) {
+        platform::Print("connecting socket failed. Error: %d", ciSocket.GetLastError());
+        ciSocket.Close();
+        return Fail(UDP_SOCKET_FAILED);
+    }
+    ciState = OPEN;
+    ciBytesReceived = 0;
+    ciBytesSent = 0;
+    return 1;
+}
+
+bool UDPIPLayer::ConnectOrBind(uint32_t aDirection, const char* apAddress, uint32_t aLocalInterface) {
+    const bool lAny = apAddress == nullptr || std::strcmp(apAddress, "any") == 0;
+    const uint32_t lAddress = lAny ? ANY_ADDRESS : platform::ParseAddress(apAddress);
+    const auto lPort = static_cast<uint16_t>(ciPort);
+    if (aDirection == 1)
+        return ciSocket.Connect(lAddress, lPort);
+    if (aDirection == 0 && IsMulticast(lAddress))
+        return ciSocket.Bind(ANY_ADDRESS, lPort) && JoinGroup(lAddress, aLocalInterface);
+    return ciSocket.Bind(lAddress, lPort);
+}
+
+bool UDPIPLayer::JoinGroup(uint32_t aGroup, uint32_t aLocalInterface) {
+    char lText[UDP_MAX_ADDRESS_LENGTH + 1];
+    const bool lFound = GetInterfaceAddress(aLocalInterface, lText) == 0;
+    return ciSocket.JoinGroup(aGroup, lFound ? platform::ParseAddress(lText) : ANY_ADDRESS);
+}
+
+void UDPIPLayer::CloseSocket() {
+    if (ciState != OPEN)
+        return;
+    ciSocket.Close();
+    ciState = CLOSED;
+    ciBytesReceived = 0;
+}
+
+uint32_t UDPIPLayer::Send(Packet* apPacket) {
+    if (!IsThisTagRegistered(apPacket->cProtocol))
+        return Fail(LAYER_TAG_NOT_REGISTERED);
+    if (apPacket->GetSize() > ciMaxPacketSize)
+        return Fail(LAYER_PACKET_TOO_BIG);
+    if (!ciSocket.SetSendTimeout(UDP_SEND_TIMEOUT)) {
+        WriteTrace("setting Socket TimeOut failed.");
+        return Fail(UDP_SEND_FAILED);
+    }
+    if (!ciSocket.Send(apPacket->cData, apPacket->GetSize())) {
+        char lMessage[64];
+        std::snprintf(lMessage, sizeof lMessage, "send to socket failed. Error: %d", ciSocket.GetLastError());
+        WriteTrace(lMessage);
+        return Fail(UDP_SEND_FAILED);
+    }
+    ciBytesSent += apPacket->GetSize();
+    return 1;
+}
+
+uint32_t UDPIPLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {
+    if (!ciSocket.SetReceiveTimeout(*apTimeOut)) {
+        platform::Print("setting Socket TimeOut failed. Error: %d", ciSocket.GetLastError());
+        platform::Sleep(RETRY_DELAY);
+        return Fail(UDP_RECEIVE_FAILED);
+    }
+    size_t lSize = 0;
+    switch (ciSocket.Receive(cpcReceivePacket.cData, cpcReceivePacket.cCapacity, &lSize)) {
+        case platform::UdpSocket::ReceiveResult::DATAGRAM:
+            break;
+        case platform::UdpSocket::ReceiveResult::TIMED_OUT:
+            platform::Print("Timeout at UDP level\n");
+            return 2;
+        case platform::UdpSocket::ReceiveResult::FAILED:
+            platform::Print("receive from socket failed. Error: %d", ciSocket.GetLastError());
+            if (ciSocket.GetLastError() != EMSGSIZE)
+                platform::Sleep(RETRY_DELAY);
+            return Fail(UDP_RECEIVE_FAILED);
+    }
+    ciReceivedTag[0] = lSize >= 2 ? static_cast<char>(cpcReceivePacket.cData[0]) : '\0';
+    ciReceivedTag[1] = lSize >= 2 ? static_cast<char>(cpcReceivePacket.cData[1]) : '\0';
+    if (!IsThisTagRegistered(ciReceivedTag)) {
+        platform::Print("not registered\n");
+        return 2;
+    }
+    ciBytesReceived += static_cast<uint32_t>(lSize);
+    cpcReceivePacket.SetSize(static_cast<uint32_t>(lSize));
+    apOut->Share(&cpcReceivePacket);
+    return 1;
+}
+
+uint32_t UDPIPLayer::GetBytesReceived() {
+    return std::exchange(ciBytesReceived, 0);
+}
+
+uint32_t UDPIPLayer::GetBytesSent() {
+    return std::exchange(ciBytesSent, 0);
+}
+
+int32_t UDPIPLayer::GetInterfaceAddress(uint32_t aIndex, char* apOut) {
+    for (const uint32_t lAddress : platform::InterfaceAddresses()) {
+        if (lAddress == LOOPBACK_ADDRESS)
+            continue;
+        if (aIndex-- == 0) {
+            platform::FormatAddress(lAddress, apOut);
+            return 0;
+        }
+    }
+    return -1;
+}

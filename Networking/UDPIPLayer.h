@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Networking/Layer.h"
+#include "platform/Socket.h"
+
+constexpr uint32_t UDP_MAX_PACKET_SIZE = 1472;  // what fits an Ethernet frame
+constexpr uint32_t UDP_SEND_TIMEOUT = 10;       // milliseconds
+constexpr uint32_t UDP_FIRST_PORT = 1024;
+constexpr uint32_t UDP_MAX_ADDRESS_LENGTH = 15;
+
+// The transport over UDP and IPv4: one DCP packet per datagram, whose first two bytes name its protocol.  Used by one
+// thread at a time.  Error numbers in its messages are the system's (errno).
+class UDPIPLayer : public Layer {
+public:
+    UDPIPLayer();
+    ~UDPIPLayer() override { CloseSocket(); }
+
+    // Direction 1 connects the socket to the address, to send; any other binds it, to receive.  apAddress is a dotted
+    // address, "any" or null.  A receiver (direction 0) of a multicast group binds to any address and joins the group
+    // on the interface of number aLocalInterface (GetInterfaceAddress), or on the system's default one when there is
+    // no such interface.  Closes first when open.
+    // 1, or 0 with UDP_INVALID_PORT, UDP_INVALID_ADDRESS or UDP_SOCKET_FAILED (with a line on the console).
+    uint32_t OpenSocket(uint32_t aDirection, uint32_t aPort, const char* apAddress, uint32_t aLocalInterface);
+    void CloseSocket();
+
+    // Sends one datagram, waiting at most 10 ms.  1, or 0 with LAYER_TAG_NOT_REGISTERED, LAYER_PACKET_TOO_BIG or
+    // UDP_SEND_FAILED (with a line in the trace file).
+    uint32_t Send(Packet* apPacket) override;
+
+    // Waits at most *apTimeOut milliseconds (0: without limit) for a datagram.  1, apOut views it; 2 when none came or
+    // its protocol is not registered; 0 with UDP_RECEIVE_FAILED, also for a datagram that is too long.  Each but the
+    // first leaves a line on the console.  A failure of the socket itself takes 800 ms, so that a caller who asks again
+    // does not spin.
+    uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) override;
+
+    // Bytes since the last question.
+    uint32_t GetBytesReceived();
+    uint32_t GetBytesSent();
+
+    // The aIndex-th IPv4 address of the host's interfaces, those of 127.0.0.1 left out, as text (16 characters at
+    // most, with the NUL).  0, or -1 when there is none.
+    int32_t GetInterfaceAddress(uint32_t aIndex, char* apOut);
+
+    Packet cpcReceivePacket;
+    char ciReceivedTag[3] = "";
+    uint32_t ciBytesReceived = 0;
+    uint32_t ciBytesSent = 0;
+    uint32_t ciPort = 0;
+    char ciAddress[UDP_MAX_ADDRESS_LENGTH + 1] = "";
+    platform::UdpSocket ciSocket;
+
+private:
+    bool ConnectOrBind(uint32_t aDirection, const char* apAddress, uint32_t aLocalInterface);
+    bool JoinGroup(uint32_t aGroup, uint32_t aLocalInterface);
+};

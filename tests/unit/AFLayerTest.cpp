@@ -1,0 +1,159 @@
+#include "Networking/AFLayer.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "Networking/PFTLayer.h"
+#include "tests/unit/FakeTransport.h"
+#include "tests/unit/TestSupport.h"
+
+namespace {
+
+// An AF packet whose payload is its sequence number as text.
+std::string Framed(uint16_t aSequence, char aType = 'T') {
+    CRC16 lEngine(CRC16_POLYNOMIAL, true);
+    const std::string lText = std::to_string(aSequence);
+    char lType[2] = {aType, '\0'};
+    AFPacket lPacket(100, 1, 0);
+    lPacket.SetCRCEngine(&lEngine);
+    lPacket.WritePayload(static_cast<uint32_t>(lText.size()), reinterpret_cast<const unsigned char*>(lText.data()));
+    lPacket.cPayloadProtocol = lType;
+    lPacket.SetHeader(aSequence, true);
+    lPacket.SetCRC(true);
+    return BytesOf(lPacket);
+}
+
+class AFLayerTest : public testing::Test {
+protected:
+    AFLayerTest() {
+        cLayer.SetLowerLayer(&cTransport);
+        cLayer.RegisterTag("T", nullptr);
+    }
+
+    // What Receive gives until the transport has nothing more: payloads, "-" for a failure, "2" for nothing.
+    std::string ReceiveAll() {
+        std::string lAll;
+        Packet lOut(0);
+        uint32_t lTimeOut = 0;
+        try {
+            for (;;) {
+                const uint32_t lResult = cLayer.Receive(&lOut, &lTimeOut, 0);
+                lAll += (lResult == 1 ? BytesOf(lOut) : lResult == 0 ? "-" : "2") + std::string(" ");
+            }
+        } catch (const Exhausted&) {
+        }
+        return lAll;
+    }
+
+    FakeTransport cTransport;
+    AFLayer cLayer;
+};
+
+TEST_F(AFLayerTest, FramesWithSequenceAndCRC) {
+    const unsigned char lBytes[] = {1, 2, 3, 4};
+    Packet lPacket(4);
+    lPacket.Write(4, lBytes);
+    lPacket.cProtocol = "T";
+    cLayer.ciUseCRC = true;
+    cLayer.ciSequence = 1;
+    ASSERT_EQ(1u, cLayer.Send(&lPacket));
+    EXPECT_EQ(std::string("AF\0\0\0\4\0\1\x90T\1\2\3\4\xA8\xED", 16), cTransport.cSent.back());
+    cTransport.cSendCode = 12;
+    EXPECT_EQ(0u, cLayer.Send(&lPacket));
+    EXPECT_EQ(12u, cLayer.GetError());
+    EXPECT_EQ(2, cLayer.ciSequence);  // not used up
+    cLayer.ciMaxPacketSize = 3;
+    EXPECT_EQ(0u, cLayer.Send(&lPacket));
+    EXPECT_EQ(LAYER_PACKET_TOO_BIG, cLayer.GetError());
+    lPacket.cProtocol = "AF";
+    EXPECT_EQ(0u, cLayer.Send(&lPacket));
+    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, cLayer.GetError());
+}
+
+TEST_F(AFLayerTest, FollowsSequenceNumbers) {
+    struct {
+        std::vector<int> mSequences;  // -1: the transport has nothing; -2: it fails
+        const char* mExpected;
+    } const CASES[] = {
+        {{7, 8, 9}, "7 8 9 "},
+        {{7, 9, 8}, "7 8 9 "},
+        {{7, 10, 9, 8, 11}, "7 8 9 10 11 "},
+        {{7, 19, 19}, "7 - 19 "},   // 11 ahead
+        {{7, 18, 8}, "7 8 "},       // 10 ahead waits
+        {{7, 7, 8}, "7 - 8 "},      // repeated
+        {{17, 9, 30}, "17 - 30 "},  // 9 behind
+        {{17, 8, 18}, "17 18 "},    // 10 behind counts as ahead
+        {{65533, 3, 65534, 65535, 0, 1, 2}, "65533 65534 65535 0 1 2 3 "},
+        {{65535, 0}, "65535 0 "},
+        {{7, 9, -1, 8, 9}, "7 2 8 9 "},
+        {{7, 9, -2, 20}, "7 - 20 "},
+    };
+    for (const auto& lCase : CASES) {
+        cLayer.ciState = 0;
+        cLayer.ciQueue.Clear();
+        for (const int lSequence : lCase.mSequences) {
+            if (lSequence == -1)
+                cTransport.WillTimeOut();
+            else if (lSequence == -2)
+                cTransport.WillFail();
+            else
+                cTransport.WillReceive(Framed(static_cast<uint16_t>(lSequence)));
+        }
+        EXPECT_EQ(lCase.mExpected, ReceiveAll());
+    }
+    EXPECT_EQ(11u, cLayer.GetError());  // the transport's
+}
+
+TEST_F(AFLayerTest, FileModeTakesAnyOrderAndFaultyPacketsAreNamed) {
+    cLayer.SetFileMode(true);
+    std::string lBroken = Framed(4);
+    lBroken.back() = static_cast<char>(lBroken.back() ^ 1);
+    for (const std::string& lBytes : {Framed(9), Framed(3), lBroken, Framed(3), Framed(5, 'X'), Framed(65535)})
+        cTransport.WillReceive(lBytes);
+    testing::internal::CaptureStdout();
+    EXPECT_EQ("9 3 - 3 65535 ", ReceiveAll());
+    EXPECT_EQ("AF Packet Parsing Failed\n", testing::internal::GetCapturedStdout());
+}
+
+TEST_F(AFLayerTest, WaitsOverAFileOfForeignPackets) {
+    for (int lCount = 0; lCount < 200; ++lCount)
+        cTransport.WillReceive(Framed(5, 'X'));
+    EXPECT_EQ("", ReceiveAll());
+    EXPECT_EQ(2, std::count(cTransport.cTimeOuts.begin(), cTransport.cTimeOuts.end(), RETRY_DELAY));
+}
+
+// 65536 units take 7.3 hours on air.
+TEST(StackTest, SequenceNumbersWrapOnBothSides) {
+    FakeTransport lTransport;
+    PFTLayer lPFT[2];
+    AFLayer lAF[2];
+    for (int lSide = 0; lSide < 2; ++lSide) {
+        lPFT[lSide].SetLowerLayer(&lTransport);
+        lPFT[lSide].SetMode(PFT_MODE_FRAGMENT);
+        lPFT[lSide].RegisterTag("AF", nullptr);
+        lAF[lSide].SetLowerLayer(&lPFT[lSide]);
+        lAF[lSide].RegisterTag("T", nullptr);
+        lAF[lSide].ciUseCRC = true;
+    }
+    Packet lUnit(4);
+    lUnit.cProtocol = "T";
+    Packet lOut(0);
+    for (uint32_t lCount = 0; lCount < 65536 + 100; ++lCount) {
+        lUnit.Rewind();
+        lUnit.SetSize(0);
+        lUnit.Write(4, reinterpret_cast<const unsigned char*>(&lCount));
+        ASSERT_EQ(1u, lAF[0].Send(&lUnit));
+        lTransport.LoopBack();
+        uint32_t lTimeOut = 0;
+        ASSERT_EQ(1u, lAF[1].Receive(&lOut, &lTimeOut, 0)) << lCount;
+        ASSERT_EQ(BytesOf(lUnit), BytesOf(lOut));
+    }
+    EXPECT_EQ(100, lAF[0].ciSequence);
+    EXPECT_EQ(100, lPFT[0].ciwPSeq);
+    EXPECT_EQ(100, lAF[1].ciSequence);
+    EXPECT_EQ(100, lPFT[1].ciwPSeq);
+}
+
+}  // namespace

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <deque>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Networking/Layer.h"
+
+struct Exhausted {};  // thrown at the caller when a test's transport has nothing more to say
+
+// A transport in memory: keeps what is sent, and answers each Receive with the next scripted result.
+class FakeTransport : public Layer {
+public:
+    explicit FakeTransport(uint32_t aMaxPacketSize = 1472) : cPacket(aMaxPacketSize) {
+        ciMaxPacketSize = aMaxPacketSize;
+        cPacket.cProtocol = cProtocol;
+    }
+
+    uint32_t Send(Packet* apPacket) override {
+        if (cSendCode != 0)
+            return Fail(cSendCode);
+        cSent.emplace_back(reinterpret_cast<char*>(apPacket->cData), apPacket->GetSize());
+        return 1;
+    }
+
+    uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t) override {
+        cTimeOuts.push_back(*apTimeOut);
+        *apTimeOut = 0;
+        if (cScript.empty())
+            throw Exhausted();
+        const auto [lResult, lBytes] = cScript.front();
+        cScript.pop_front();
+        if (lResult == 0)
+            return Fail(11);
+        cPacket.Rewind();
+        cPacket.SetSize(0);
+        cPacket.Write(static_cast<uint32_t>(lBytes.size()), reinterpret_cast<const unsigned char*>(lBytes.data()));
+        lBytes.copy(cProtocol, 2);
+        apOut->Share(&cPacket);
+        return lResult;
+    }
+
+    void WillReceive(std::string aBytes) { cScript.emplace_back(1, std::move(aBytes)); }
+    void WillTimeOut() { cScript.emplace_back(2, ""); }
+    void WillFail() { cScript.emplace_back(0, ""); }
+    void LoopBack() {
+        for (std::string& lBytes : cSent)
+            WillReceive(std::move(lBytes));
+        cSent.clear();
+    }
+
+    uint32_t cSendCode = 0;
+    std::vector<std::string> cSent;
+    std::deque<std::pair<uint32_t, std::string>> cScript;
+    std::vector<uint32_t> cTimeOuts;  // as each Receive found them
+    Packet cPacket;
+    char cProtocol[3] = "";
+};
+
+inline std::string BytesOf(const Packet& aPacket) {
+    return {reinterpret_cast<const char*>(aPacket.cData), aPacket.GetSize()};
+}

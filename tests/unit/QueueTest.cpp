@@ -1,0 +1,149 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "Networking/PacketFifo.h"
+#include "Networking/PacketQueue.h"
+#include "tests/unit/FakeTransport.h"
+#include "tests/unit/TestSupport.h"
+
+namespace {
+
+class NumberedPacket : public Packet {
+public:
+    explicit NumberedPacket(int aNumber) : Packet(1) {
+        const auto lByte = static_cast<unsigned char>(aNumber);
+        Write(1, &lByte);
+        cProtocol = "T";
+        cPayloadProtocol = cName;
+    }
+    char cName[5] = "DMDI";
+};
+
+TEST(LayerTest, TakesTwoTagsOnce) {
+    FakeTransport lLayer;
+    uint32_t lIndex = 9;
+    EXPECT_EQ(1u, lLayer.RegisterTag("DMDI", &lIndex));
+    EXPECT_EQ(0u, lIndex);
+    EXPECT_EQ(1u, lLayer.RegisterTag("DMCI", &lIndex));
+    EXPECT_EQ(1u, lIndex);
+    EXPECT_EQ(1u, lLayer.RegisterTag(std::string("DMDI").c_str(), &lIndex));
+    EXPECT_EQ(1u, lIndex);
+    EXPECT_EQ(0u, lLayer.RegisterTag("DSDI", nullptr));
+    EXPECT_EQ(LAYER_TOO_MANY_TAGS, lLayer.GetError());
+    EXPECT_EQ(0u, lLayer.GetError());
+    EXPECT_EQ(1u, lLayer.GetTagIndex("DMCI"));
+    EXPECT_EQ(LAYER_NO_TAG_INDEX, lLayer.GetTagIndex("DSDI"));
+    EXPECT_FALSE(lLayer.IsThisTagRegistered(nullptr));
+}
+
+TEST(LayerTest, MaximumFollowsFromBelowUnlessFixed) {
+    FakeTransport lLower(4968);
+    FakeTransport lUpper(1);
+    lUpper.ciOverhead = 12;
+    lUpper.SetLowerLayer(&lLower);
+    EXPECT_EQ(4956u, lUpper.ciMaxPacketSize);
+    lUpper.ciMaxPacketSize = 15000;
+    lUpper.SetLowerLayer(&lLower);
+    EXPECT_EQ(15000u, lUpper.ciMaxPacketSize);
+}
+
+TEST(PacketFifoTest, KeepsOwnCopiesInOrderUpToItsCapacity) {
+    PacketFifo lFifo(3);
+    for (const int lNumber : {1, 2, 3, 4}) {
+        NumberedPacket lPacket(lNumber);
+        EXPECT_EQ(lNumber <= 3 ? 1u : 0u, lFifo.Put(&lPacket));
+        lPacket.cData[0] = 99;
+        lPacket.cName[0] = '?';
+    }
+    EXPECT_TRUE(lFifo.IsFull());
+    for (const int lNumber : {1, 2, 3}) {
+        Packet* lpPacket = nullptr;
+        ASSERT_EQ(1u, lFifo.Get(&lpPacket, FIFO_NO_WAIT));
+        const std::unique_ptr<Packet> lPacket(lpPacket);
+        EXPECT_EQ(lNumber, lPacket->cData[0]);
+        EXPECT_STREQ("T", lPacket->cProtocol);
+        EXPECT_STREQ("DMDI", lPacket->cPayloadProtocol);
+    }
+    EXPECT_TRUE(lFifo.IsEmpty());
+    const NumberedPacket lLast(5);
+    EXPECT_EQ(1u, lFifo.Put(&lLast));  // freed by the destructor
+}
+
+TEST(PacketFifoTest, TimesOutAloud) {
+    PacketFifo lFifo(1);
+    Packet* lpPacket = nullptr;
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(2u, lFifo.Get(&lpPacket, 5));
+    EXPECT_EQ("TIME_OUT on ciSemaphore->obtain\n", testing::internal::GetCapturedStdout());
+}
+
+TEST(PacketFifoTest, CarriesEverythingBetweenThreads) {
+    PacketFifo lFifo(4);
+    constexpr int COUNT = 2000;
+    std::thread lProducer([&lFifo] {
+        for (int lNumber = 0; lNumber < COUNT;) {
+            const NumberedPacket lPacket(lNumber);
+            if (lFifo.Put(&lPacket) == 1)
+                ++lNumber;
+            else
+                std::this_thread::yield();
+        }
+    });
+    for (int lNumber = 0; lNumber < COUNT; ++lNumber) {
+        Packet* lpPacket = nullptr;
+        ASSERT_EQ(1u, lFifo.Get(&lpPacket, 0));
+        const std::unique_ptr<Packet> lPacket(lpPacket);
+        ASSERT_EQ(static_cast<unsigned char>(lNumber), lPacket->cData[0]);
+    }
+    lProducer.join();
+}
+
+TEST(PacketQueueTest, OrdersBySequenceAroundTheCircleAndIndex) {
+    using Keys = std::vector<std::pair<uint32_t, uint32_t>>;
+    const std::pair<Keys, Keys> CASES[] = {
+        {{{5, 0}, {3, 0}, {4, 0}}, {{3, 0}, {4, 0}, {5, 0}}}, {{{65535, 0}, {2, 0}}, {{65535, 0}, {2, 0}}},
+        {{{2, 0}, {65535, 0}}, {{2, 0}, {65535, 0}}},         {{{32767, 0}, {0, 0}}, {{0, 0}, {32767, 0}}},
+        {{{32768, 0}, {0, 0}}, {{32768, 0}, {0, 0}}},         {{{7, 1}, {6, 5}, {7, 0}}, {{6, 5}, {7, 0}, {7, 1}}},
+    };
+    for (const auto& [lIn, lOut] : CASES) {
+        PacketQueue lQueue(10);
+        const NumberedPacket lPacket(1);
+        for (const auto& [lSequence, lIndex] : lIn)
+            EXPECT_EQ(1u, lQueue.Insert(&lPacket, lSequence, lIndex, lSequence + lIndex));
+        for (const auto& lExpected : lOut) {
+            Packet* lpStored = nullptr;
+            uint32_t lSequence = 0;
+            uint32_t lIndex = 0;
+            uint32_t lExtra = 0;
+            EXPECT_EQ(lExpected.first, lQueue.PeekSequence());
+            ASSERT_EQ(1u, lQueue.GetFirst(&lpStored, &lSequence, &lIndex, &lExtra));
+            EXPECT_EQ(lExpected, std::make_pair(lSequence, lIndex));
+            EXPECT_EQ(lSequence + lIndex, lExtra);
+            EXPECT_STREQ("DMDI", lpStored->cProtocol);
+        }
+    }
+}
+
+TEST(PacketQueueTest, RefusesWhenFullAndWhenEmpty) {
+    PacketQueue lQueue(2);
+    Packet* lpStored = nullptr;
+    uint32_t lKey = 0;
+    EXPECT_EQ(0u, lQueue.GetFirst(&lpStored, &lKey, &lKey, &lKey));
+    EXPECT_EQ(QUEUE_EMPTY, lQueue.GetError());
+    for (const int lNumber : {1, 2, 3}) {
+        const NumberedPacket lPacket(lNumber);
+        EXPECT_EQ(lNumber <= 2 ? 1u : 0u, lQueue.Insert(&lPacket, static_cast<uint32_t>(lNumber), 0, 0));
+    }
+    EXPECT_EQ(QUEUE_FULL, lQueue.GetError());
+    EXPECT_EQ(0u, lQueue.GetError());
+    // The slot that is free again leaves the packet handed out in peace until it is used.
+    ASSERT_EQ(1u, lQueue.GetFirst(&lpStored, &lKey, &lKey, &lKey));
+    EXPECT_EQ(1, lpStored->cData[0]);
+    lQueue.Clear();
+    EXPECT_TRUE(lQueue.IsEmpty());
+}
+
+}  // namespace

@@ -1,0 +1,125 @@
+#include "Networking/UDPIPLayer.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "tests/unit/FakeTransport.h"
+#include "tests/unit/TestSupport.h"
+
+namespace {
+
+const uint32_t PORT = TestPort();
+
+class UDPIPLayerTest : public testing::Test {
+protected:
+    UDPIPLayerTest() {
+        for (UDPIPLayer* const lpLayer : {&cSender, &cReceiver}) {
+            lpLayer->RegisterTag("AF", nullptr);
+            lpLayer->RegisterTag("PF", nullptr);
+        }
+    }
+
+    uint32_t Send(const std::string& aBytes, const char* aProtocol = "PF") {
+        Packet lPacket(static_cast<uint32_t>(aBytes.size()));
+        lPacket.Write(lPacket.cCapacity, reinterpret_cast<const unsigned char*>(aBytes.data()));
+        lPacket.cProtocol = aProtocol;
+        return cSender.Send(&lPacket);
+    }
+
+    const TestDirectory cDirectory;  // for the trace file
+    UDPIPLayer cSender;
+    UDPIPLayer cReceiver;
+};
+
+TEST_F(UDPIPLayerTest, OpensOrSaysWhyNot) {
+    struct {
+        uint32_t mDirection;
+        uint32_t mPort;
+        const char* mAddress;
+        uint32_t mCode;
+        const char* mConsole;
+    } const CASES[] = {
+        {1, 1023, "127.0.0.1", UDP_INVALID_PORT, ""},
+        {1, 1024, "127.0.0.1", 0, ""},
+        {1, PORT, "1234567890123456", UDP_INVALID_ADDRESS, ""},
+        {1, PORT, "255.255.255.255", UDP_SOCKET_FAILED, "connecting socket failed. Error: 13"},
+        {1, PORT, "nonsense", UDP_SOCKET_FAILED, "connecting socket failed. Error: 13"},
+        {0, PORT, "127.0.0.1", 0, ""},
+        {0, PORT, "any", 0, ""},
+        {0, PORT, nullptr, 0, ""},
+        {2, PORT, "127.0.0.1", 0, ""},
+        {0, PORT, "240.0.0.1", UDP_SOCKET_FAILED, "connecting socket failed. Error: 99"},  // no group: bound to
+    };
+    for (const auto& lCase : CASES) {
+        SCOPED_TRACE(lCase.mAddress != nullptr ? lCase.mAddress : "null");
+        UDPIPLayer lLayer;
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(lCase.mCode == 0 ? 1u : 0u, lLayer.OpenSocket(lCase.mDirection, lCase.mPort, lCase.mAddress, 0));
+        EXPECT_EQ(lCase.mConsole, testing::internal::GetCapturedStdout());
+        EXPECT_EQ(lCase.mCode, lLayer.GetError());
+        EXPECT_EQ(lCase.mCode == 0 ? 1u : 0u, lLayer.ciState);
+    }
+}
+
+TEST_F(UDPIPLayerTest, ClosesBeforeItOpensAgain) {
+    ASSERT_EQ(1u, cSender.OpenSocket(1, PORT, "127.0.0.1", 0));
+    testing::internal::CaptureStdout();
+    EXPECT_EQ(0u, cSender.OpenSocket(1, 80, "127.0.0.1", 0));
+    EXPECT_EQ("closesocket in opensocket\n", testing::internal::GetCapturedStdout());
+    EXPECT_EQ(0u, cSender.ciState);
+}
+
+TEST_F(UDPIPLayerTest, CarriesDatagrams) {
+    ASSERT_EQ(1u, cReceiver.OpenSocket(0, PORT, "127.0.0.1", 0));
+    ASSERT_EQ(1u, cSender.OpenSocket(1, PORT, "127.0.0.1", 0));
+    const std::string lLargest = "PF" + std::string(1470, 'x');
+    for (const std::string& lBytes : {std::string("AF"), lLargest})
+        EXPECT_EQ(1u, Send(lBytes));
+    EXPECT_EQ(0u, Send(lLargest + "x"));
+    EXPECT_EQ(LAYER_PACKET_TOO_BIG, cSender.GetError());
+    EXPECT_EQ(0u, Send("AF", "T"));
+    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, cSender.GetError());
+    for (const char* const lpForeign : {"XY", "P", ""})
+        EXPECT_EQ(1u, Send(lpForeign));
+    cSender.ciMaxPacketSize = 2000;
+    EXPECT_EQ(1u, Send(lLargest + "x"));
+    EXPECT_EQ(2u + 1472 + 3 + 1473, cSender.GetBytesSent());
+    EXPECT_EQ(0u, cSender.GetBytesSent());
+
+    Packet lOut(0);
+    uint32_t lTimeOut = 1000;
+    EXPECT_EQ(1u, cReceiver.Receive(&lOut, &lTimeOut, 0));
+    EXPECT_STREQ("AF", lOut.cProtocol);
+    EXPECT_EQ(1u, cReceiver.Receive(&lOut, &lTimeOut, 0));
+    EXPECT_EQ(lLargest, BytesOf(lOut));
+    testing::internal::CaptureStdout();
+    for (int lForeign = 0; lForeign < 3; ++lForeign)
+        EXPECT_EQ(2u, cReceiver.Receive(&lOut, &lTimeOut, 0));
+    EXPECT_EQ(0u, cReceiver.Receive(&lOut, &lTimeOut, 0));
+    EXPECT_EQ(UDP_RECEIVE_FAILED, cReceiver.GetError());
+    lTimeOut = 5;
+    EXPECT_EQ(2u, cReceiver.Receive(&lOut, &lTimeOut, 0));
+    EXPECT_EQ(
+        "not registered\nnot registered\nnot registered\nreceive from socket failed. Error: 90Timeout at UDP level\n",
+        testing::internal::GetCapturedStdout());
+    EXPECT_EQ(0u, cReceiver.GetError());
+    EXPECT_EQ(1474u, cReceiver.GetBytesReceived());
+    EXPECT_EQ(0u, cReceiver.GetBytesReceived());
+}
+
+TEST_F(UDPIPLayerTest, NobodyListeningIsNoFailure) {
+    ASSERT_EQ(1u, cSender.OpenSocket(1, PORT + 1, "127.0.0.1", 0));
+    for (int lCount = 0; lCount < 10; ++lCount)
+        EXPECT_EQ(1u, Send("PF"));
+    EXPECT_TRUE(TraceLines().empty());
+}
+
+TEST_F(UDPIPLayerTest, ADeadSocketIsTraced) {
+    EXPECT_EQ(0u, Send("PF"));
+    EXPECT_EQ(UDP_SEND_FAILED, cSender.GetError());
+    ASSERT_EQ(1u, TraceLines().size());
+    EXPECT_TRUE(TraceLines()[0].ends_with(" setting Socket TimeOut failed."));
+}
+
+}  // namespace
