@@ -1,0 +1,32 @@
+#include "Networking/Receiver/Player.h"
+
+#include "Networking/Receiver/PlayerEndpoints.h"
+#include "Networking/Receiver/PlayerSettings.h"
+#include "Networking/Receiver/PlayingLoop.h"
+#include "platform/Console.h"
+#include "platform/Socket.h"
+
+void AwaitKey() {
+    platform::ReadKey();
+}
+
+void RunPlayer() {
+    platform::Print(
+        "******************************************\n"
+        "** Starting MDI File Player application **\n"
+        "**       VESTRAL Tessavox player        **\n"
+        "******************************************\n\n");
+    PlayerSettings lSettings;
+    if (!ReadPlayerSettings(&lSettings))
+        return;
+    if (!platform::StartSockets()) {
+        platform::Print("WSAStartup KO");
+        return;
+    }
+    // Never deleted, and known from here, so that their tasks may use them until the process is gone.
+    static PlayerEndpoints slEndpoints;
+    if (!StartEndpoints(lSettings, &slEndpoints))
+        return;
+    platform::Print("\nStarting DRM player application. PRESS 'q' to quit.\n");
+    PlayingLoop(*slEndpoints.mReceiver, *slEndpoints.mSender).Run();
+}

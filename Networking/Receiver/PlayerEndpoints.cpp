@@ -1,0 +1,48 @@
+#include "Networking/Receiver/PlayerEndpoints.h"
+
+#include <string>
+
+#include "Networking/Receiver/Player.h"
+#include "platform/Console.h"
+
+namespace {
+
+constexpr uint32_t RECEIVING = 0;
+constexpr uint32_t SENDING = 1;
+constexpr uint32_t MAX_NETWORK_DELAY = 6000;  // milliseconds
+
+bool OpenForMDI(DRMNetworkInterface& aEndpoint, const std::string& aAddress, uint32_t aLocalInterface) {
+    if (aEndpoint.Open(aAddress.c_str(), aLocalInterface) != 1) {
+        platform::Print("\nUnable to open port \"%s\" : Error %d", aAddress.c_str(),
+                        static_cast<int>(aEndpoint.GetError()));
+        AwaitKey();
+        return false;
+    }
+    if (aEndpoint.EnableMDI() != 1) {
+        platform::Print("\nUnable to enable MDI \"%s\" : Error %d", aAddress.c_str(),
+                        static_cast<int>(aEndpoint.GetError()));
+        return false;
+    }
+    return true;
+}
+
+bool StartEndpoint(DRMNetworkInterface& aEndpoint, const char* aRole) {
+    if (aEndpoint.Start() == 1)
+        return true;
+    platform::Print("\nUnable to start DRM %s: Error %d", aRole, static_cast<int>(aEndpoint.GetError()));
+    return false;
+}
+
+}  // namespace
+
+bool StartEndpoints(const PlayerSettings& aSettings, PlayerEndpoints* apEndpoints) {
+    apEndpoints->mReceiver = new DRMNetworkInterface(RECEIVING, MAX_NETWORK_DELAY);
+    if (!OpenForMDI(*apEndpoints->mReceiver, "dcp.file.pft:" + aSettings.mInputFileName + ":0:0", 0))
+        return false;
+    apEndpoints->mSender = new DRMNetworkInterface(SENDING, 0);
+    const std::string lOutput =
+        "dcp.udp.pft://" + aSettings.mDrmOutputAddress + ":" + std::to_string(aSettings.mDrmOutputPort);
+    if (!OpenForMDI(*apEndpoints->mSender, lOutput, 1))
+        return false;
+    return StartEndpoint(*apEndpoints->mReceiver, "receiver") && StartEndpoint(*apEndpoints->mSender, "sender");
+}

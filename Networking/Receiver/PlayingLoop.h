@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+
+#include "Networking/DRMNetworkInterface.h"
+#include "Networking/MDIUnit.h"
+
+// Keeps units in the order of the DRM super frame: its first frame has identity 0 or 3, then come 1 and 2.
+class SuperFrameOrder {
+public:
+    // Whether a frame of this identity (0 to 3) is the one expected; then the next one is.
+    bool Accept(int aIdentity);
+
+private:
+    int cPosition = 0;
+};
+
+// The pace of one unit per 400 ms: two consecutive intervals add up to 800 ms, so that a late pass is made good by the
+// next.
+class Pacer {
+public:
+    // The milliseconds to wait after a unit that was forwarded at tick aNow.  Not at all when more than 800 ms have
+    // passed since the one before; the pace is even again after that.
+    uint32_t NextWait(uint32_t aNow);
+
+private:
+    bool cStarted = false;
+    uint32_t cLastTick = 0;
+};
+
+// Forwards units from the receiver to the sender, renumbered, until the key q or an error.
+class PlayingLoop {
+public:
+    PlayingLoop(DRMNetworkInterface& aReceiver, DRMNetworkInterface& aSender)
+        : cReceiver(aReceiver), cSender(aSender) {}
+
+    void Run();
+
+private:
+    enum class Pass { GO_ON, END };
+
+    Pass PlayUnit();
+    Pass Forward(MDIUnit& aUnit, const unsigned char (&aFac)[MDI_FAC_SIZE]);
+    void Drop();
+
+    DRMNetworkInterface& cReceiver;
+    DRMNetworkInterface& cSender;
+    uint32_t cFrameCounter = 0;  // units forwarded
+    uint32_t cDropped = 0;       // units dropped since
+    SuperFrameOrder cOrder;
+    Pacer cPacer;
+};

@@ -1,0 +1,6 @@
+#include "Networking/Receiver/Player.h"
+
+int main() {
+    RunPlayer();
+    return 0;
+}

@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "Networking/Receiver/ModeReport.h"
+#include "Networking/Receiver/PlayingLoop.h"
+
+namespace {
+
+TEST(SuperFrameOrderTest, KeepsTheOrder) {
+    struct {
+        const char* mIdentities;
+        const char* mAccepted;
+    } const CASES[] = {{"012012", "yyyyyy"},   {"312012", "yyyyyy"}, {"120120", "nnyyyy"},
+                       {"0101201", "yynnyyy"}, {"00312", "ynnyy"},   {"222111", "nnnnnn"}};
+    for (const auto& lCase : CASES) {
+        SuperFrameOrder lOrder;
+        std::string lAccepted;
+        for (const char* lpIdentity = lCase.mIdentities; *lpIdentity != '\0'; ++lpIdentity)
+            lAccepted += lOrder.Accept(*lpIdentity - '0') ? 'y' : 'n';
+        EXPECT_EQ(lCase.mAccepted, lAccepted) << lCase.mIdentities;
+    }
+}
+
+// Each wait begins where the pass before ended: its tick, its wait and what the pass itself took.
+TEST(PacerTest, TwoIntervalsMakeTwoFrames) {
+    struct {
+        std::vector<uint32_t> mWork;  // milliseconds of each pass after the first
+        std::vector<uint32_t> mWaits;
+    } const CASES[] = {{{0, 0, 0}, {400, 400, 400, 400}},
+                       {{50, 50, 50, 50}, {400, 350, 400, 350, 400}},
+                       {{0, 30, 0, 0}, {400, 400, 370, 430, 370}},
+                       {{500, 0, 0}, {400, 0, 400, 400}},
+                       {{6000, 0, 0, 0}, {400, 0, 400, 400, 400}}};
+    for (const uint32_t lStart : {1u, 0u, 0xFFFFFF00u}) {
+        for (const auto& lCase : CASES) {
+            Pacer lPacer;
+            uint32_t lNow = lStart;
+            for (size_t lPass = 0; lPass < lCase.mWaits.size(); ++lPass) {
+                const uint32_t lWait = lPacer.NextWait(lNow);
+                EXPECT_EQ(lCase.mWaits[lPass], lWait) << lPass;
+                lNow += lWait + (lPass < lCase.mWork.size() ? lCase.mWork[lPass] : 0);
+            }
+        }
+    }
+}
+
+TEST(ModeReportTest, NamesEveryMode) {
+    const auto lReport = [](int aOccupancy, int aRobustness, int aMSC, bool aSDCIs4QAM, bool aShort) {
+        const unsigned char lFac[MDI_FAC_SIZE] = {
+            static_cast<unsigned char>(0xE0 | aOccupancy << 1 | (aShort ? 1 : 0)),
+            static_cast<unsigned char>(aMSC << 6 | (aSDCIs4QAM ? 0x20 : 0) | 0x1F)};
+        return ModeReport(lFac, static_cast<unsigned char>(aRobustness));
+    };
+    EXPECT_EQ(
+        "DRM Mode:\n\tSpectrum Occupancy => 10KHz\n\tRobustness Mode => B\n\tSDC Mode => 16QAM\n"
+        "\tMSC Mode => 64QAM (standard)\n\tTime Interleaving => Long (2s)\n\n",
+        lReport(3, 1, 0, false, false));
+    EXPECT_EQ(
+        "DRM Mode:\n\tSpectrum Occupancy => 20KHz\n\tRobustness Mode => D\n\tSDC Mode => 4QAM\n"
+        "\tMSC Mode => 16QAM (standard)\n\tTime Interleaving => Short (400ms)\n\n",
+        lReport(15, 200, 3, true, true));
+    const char* const OCCUPANCIES[] = {"4.5KHz", "5KHz", "9KHz", "10KHz", "18KHz", "20KHz", "20KHz"};
+    for (int lCode = 0; lCode < 7; ++lCode)
+        EXPECT_NE(std::string::npos, lReport(lCode, 0, 0, false, false).find(std::string(" => ") + OCCUPANCIES[lCode]));
+    EXPECT_NE(std::string::npos, lReport(0, 0, 1, false, false).find("=> Hierarchic on I\n"));
+    EXPECT_NE(std::string::npos, lReport(0, 2, 2, false, false).find("=> C\n"));
+    EXPECT_NE(std::string::npos, lReport(0, 0, 2, false, false).find("=> Hierarchic on I and Q\n"));
+}
+
+}  // namespace
