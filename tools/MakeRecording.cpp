@@ -1,0 +1,25 @@
+#include "tools/MakeRecording.h"
+
+#include "tools/MdiFrames.h"
+
+bool MakeRecording(const MdiMakeOptions& aOptions, std::vector<unsigned char>* apRecording, std::string* apError) {
+    Multiplex lMultiplex;
+    if (!MakeMultiplex(aOptions.mMode, aOptions.mStreams, &lMultiplex, apError)) {
+        return false;
+    }
+    const std::vector<SdcBlock> lBlocks = BuildSdcBlocks(aOptions.mMode, lMultiplex);
+    if (lBlocks.empty()) {
+        *apError = "the service description channel is too narrow to describe " +
+                   std::to_string(lMultiplex.mStreams.size()) + " streams";
+        return false;
+    }
+    MdiFrames lFrames(aOptions.mMode, lMultiplex, lBlocks, aOptions.mFirstIdentity);
+    RecordingWriter lWriter(aOptions.mFormat);
+    for (uint32_t lFrame = 0; lFrame < aOptions.mFrames; ++lFrame) {
+        if (!lWriter.AddFrame(*lFrames.Next(), apError)) {
+            return false;
+        }
+    }
+    *apRecording = lWriter.GetBytes();
+    return true;
+}
