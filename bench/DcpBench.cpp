@@ -1,0 +1,266 @@
+// bench_dcp: what the codecs, the queues and the layers cost, measured with one frame of a DRM channel.
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <deque>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Networking/AFLayer.h"
+#include "Networking/CRC16.h"
+#include "Networking/CRC32.h"
+#include "Networking/CRC8.h"
+#include "Networking/MDIUnit.h"
+#include "Networking/PFTLayer.h"
+#include "Networking/PacketFifo.h"
+#include "Networking/PacketQueue.h"
+#include "Networking/UDPIPLayer.h"
+#include "tools/MdiFrames.h"
+
+namespace {
+
+using benchmark::DoNotOptimize;
+using benchmark::State;
+
+constexpr uint32_t TIME_OUT = 1000;  // milliseconds; nothing here ever waits so long
+constexpr uint32_t FIFO_SIZE = 25;
+constexpr uint16_t SEQUENCE = 4660;
+
+// A unit of about 1 kB with two streams and all items that a super frame begins with.
+std::unique_ptr<MDIUnit> SampleUnit() {
+    const DrmMode lMode;
+    Multiplex lMultiplex;
+    std::string lError;
+    if (!MakeMultiplex(lMode, {}, &lMultiplex, &lError)) {
+        std::fprintf(stderr, "bench_dcp: %s\n", lError.c_str());
+        std::exit(1);
+    }
+    return MdiFrames(lMode, lMultiplex, BuildSdcBlocks(lMode, lMultiplex), 0).Next();
+}
+
+// aBytes go through each iteration.  The figures of a benchmark that measured a failure are withheld.
+void Report(State& aState, uint32_t aBytes, bool aGood) {
+    aState.SetBytesProcessed(aState.iterations() * aBytes);
+    aState.SetItemsProcessed(aState.iterations());
+    if (!aGood)
+        aState.SkipWithError("a step did not succeed");
+}
+
+// Codecs
+
+template <typename Engine, uint32_t POLYNOMIAL>
+void Crc(State& aState) {
+    const Engine lEngine(POLYNOMIAL, true);
+    const std::vector<unsigned char> lBytes = TestPattern(0, 0, static_cast<uint32_t>(aState.range(0)));
+    for (auto _ : aState) {
+        auto lCRC = lEngine.Compute(lBytes.data(), static_cast<int32_t>(lBytes.size()));
+        DoNotOptimize(lCRC);
+    }
+    aState.SetBytesProcessed(aState.iterations() * aState.range(0));
+}
+BENCHMARK(Crc<CRC8, 0x1D>)->Name("CRC8")->RangeMultiplier(8)->Range(64, 4096);
+BENCHMARK(Crc<CRC16, CRC16_POLYNOMIAL>)->Name("CRC16")->RangeMultiplier(8)->Range(64, 4096);
+BENCHMARK(Crc<CRC32, 0x04C11DB7>)->Name("CRC32")->RangeMultiplier(8)->Range(64, 4096);
+
+void TagWalk(State& aState) {
+    const auto lUnit = SampleUnit();
+    TAGPacket lReceived(0);
+    bool lGood = true;
+    for (auto _ : aState) {
+        lReceived.Share(lUnit.get());
+        lGood = lReceived.Parse() == 1 && lGood;
+    }
+    Report(aState, lUnit->GetSize(), lGood);
+}
+BENCHMARK(TagWalk);
+
+// A new unit each time, as a unit that has been parsed is valid at once.
+void MdiParse(State& aState) {
+    const auto lUnit = SampleUnit();
+    bool lGood = true;
+    for (auto _ : aState) {
+        MDIUnit lReceived(0, 0, 0);
+        lReceived.Share(lUnit.get());
+        lGood = lReceived.Parse() == 1 && lGood;
+    }
+    Report(aState, lUnit->GetSize(), lGood);
+}
+BENCHMARK(MdiParse);
+
+// The AF packet of a unit, as the layer builds it.
+std::unique_ptr<AFPacket> BuildAF(const Packet& aUnit, const CRC16& aEngine, bool aWithCRC) {
+    static char sProtocol[] = "T";
+    auto lPacket = std::make_unique<AFPacket>(AF_OVERHEAD + aUnit.GetSize(), uint8_t{1}, uint8_t{0});
+    lPacket->SetCRCEngine(&aEngine);
+    lPacket->cPayloadProtocol = sProtocol;
+    if (lPacket->WritePayload(aUnit.GetSize(), aUnit.cData) != 1 || lPacket->SetHeader(SEQUENCE, aWithCRC) != 1 ||
+        lPacket->SetCRC(aWithCRC) != 1)
+        return nullptr;
+    return lPacket;
+}
+
+void AFBuild(State& aState) {
+    const auto lUnit = SampleUnit();
+    const CRC16 lEngine(CRC16_POLYNOMIAL, true);
+    bool lGood = true;
+    for (auto _ : aState) {
+        const auto lPacket = BuildAF(*lUnit, lEngine, aState.range(0) != 0);
+        lGood = lPacket != nullptr && lGood;
+        benchmark::ClobberMemory();
+    }
+    Report(aState, lUnit->GetSize(), lGood);
+}
+BENCHMARK(AFBuild)->ArgName("crc")->Arg(0)->Arg(1);
+
+void AFParse(State& aState) {
+    const CRC16 lEngine(CRC16_POLYNOMIAL, true);
+    const auto lPacket = BuildAF(*SampleUnit(), lEngine, aState.range(0) != 0);
+    AFPacket lReceived(0, 1, 0);
+    lReceived.SetCRCEngine(&lEngine);
+    bool lGood = lPacket != nullptr;
+    for (auto _ : aState) {
+        lReceived.Share(lPacket.get());
+        lGood = lReceived.Parse() == 1 && lGood;
+    }
+    Report(aState, lReceived.GetSize(), lGood);
+}
+BENCHMARK(AFParse)->ArgName("crc")->Arg(0)->Arg(1);
+
+// The only fragment of a packet.
+std::unique_ptr<PFTPacket> BuildFragment(const Packet& aPacket) {
+    auto lFragment = std::make_unique<PFTPacket>(PFT_HEADER_SIZE + aPacket.GetSize());
+    if (lFragment->WritePayload(aPacket.GetSize(), aPacket.cData) != 1 || lFragment->SetHeader(SEQUENCE, 0, 1) != 1)
+        return nullptr;
+    return lFragment;
+}
+
+void PFTBuild(State& aState) {
+    const auto lUnit = SampleUnit();
+    bool lGood = true;
+    for (auto _ : aState) {
+        const auto lFragment = BuildFragment(*lUnit);
+        lGood = lFragment != nullptr && lGood;
+        benchmark::ClobberMemory();
+    }
+    Report(aState, lUnit->GetSize(), lGood);
+}
+BENCHMARK(PFTBuild);
+
+void PFTParse(State& aState) {
+    const auto lFragment = BuildFragment(*SampleUnit());
+    PFTPacket lReceived(0);
+    bool lGood = lFragment != nullptr;
+    for (auto _ : aState) {
+        lReceived.Share(lFragment.get());
+        lGood = lReceived.Parse() == 1 && lGood;
+    }
+    Report(aState, lReceived.GetSize(), lGood);
+}
+BENCHMARK(PFTParse);
+
+// Queues
+
+void FifoPutGet(State& aState) {
+    const auto lUnit = SampleUnit();
+    PacketFifo lFifo(FIFO_SIZE);
+    bool lGood = true;
+    for (auto _ : aState) {
+        Packet* lpTaken = nullptr;
+        lGood = lFifo.Put(lUnit.get()) == 1 && lFifo.Get(&lpTaken, TIME_OUT) == 1 && lpTaken != nullptr && lGood;
+        delete lpTaken;
+    }
+    Report(aState, lUnit->GetSize(), lGood);
+}
+BENCHMARK(FifoPutGet);
+
+// So many packets in, the last one first, and out in their order.
+void QueueReorder(State& aState) {
+    const auto lUnit = SampleUnit();
+    const auto lDepth = static_cast<uint32_t>(aState.range(0));
+    PacketQueue lQueue(PFT_QUEUE_SIZE);
+    bool lGood = true;
+    for (auto _ : aState) {
+        for (uint32_t lSequence = lDepth; lSequence > 0; --lSequence)
+            lGood = lQueue.Insert(lUnit.get(), lSequence, 0, 1) == 1 && lGood;
+        for (uint32_t lExpected = 1; lExpected <= lDepth; ++lExpected) {
+            Packet* lpTaken = nullptr;
+            uint32_t lSequence = 0;
+            uint32_t lIndex = 0;
+            uint32_t lExtra = 0;
+            lGood = lQueue.GetFirst(&lpTaken, &lSequence, &lIndex, &lExtra) == 1 && lSequence == lExpected && lGood;
+        }
+    }
+    Report(aState, lDepth * lUnit->GetSize(), lGood);
+    aState.SetItemsProcessed(aState.iterations() * lDepth);
+}
+BENCHMARK(QueueReorder)->ArgName("depth")->Arg(1)->Arg(AF_QUEUE_SIZE)->Arg(PFT_QUEUE_SIZE);
+
+// The stack
+
+// A transport that gives back what was sent into it.
+class MemoryLayer : public Layer {
+public:
+    MemoryLayer() { ciMaxPacketSize = UDP_MAX_PACKET_SIZE; }
+
+    uint32_t Send(Packet* apPacket) override {
+        cPackets.push_back(std::make_unique<Packet>(*apPacket));
+        return 1;
+    }
+
+    uint32_t Receive(Packet* apOut, uint32_t* /*apTimeOut*/, uint32_t /*aTagIndex*/) override {
+        if (cPackets.empty()) {
+            // The layers above would ask for ever.
+            std::fputs("bench_dcp: the stack lost a packet\n", stderr);
+            std::exit(1);
+        }
+        cReceived = std::move(cPackets.front());
+        cPackets.pop_front();
+        apOut->Share(cReceived.get());
+        return 1;
+    }
+
+private:
+    std::deque<std::unique_ptr<Packet>> cPackets;
+    std::unique_ptr<Packet> cReceived;
+};
+
+// The layers of an endpoint in one direction.
+struct Stack {
+    Stack(Layer* apTransport, uint32_t aPFTMode) {
+        mPFT.SetLowerLayer(apTransport);
+        mPFT.SetAddressing(0);
+        mPFT.SetMode(aPFTMode);
+        mPFT.RegisterTag("AF", nullptr);
+        mAF.ciUseCRC = true;
+        mAF.SetLowerLayer(&mPFT);
+        mAF.RegisterTag("T", nullptr);
+    }
+    PFTLayer mPFT;
+    AFLayer mAF;
+};
+
+// A unit down, up again and parsed.  It fits one fragment: between fragments the layer sleeps.
+void StackRoundTrip(State& aState) {
+    const auto lUnit = SampleUnit();
+    const auto lMode = static_cast<uint32_t>(aState.range(0));
+    MemoryLayer lTransport;
+    Stack lSender(&lTransport, lMode);
+    Stack lReceiver(&lTransport, lMode);
+    uint32_t lTimeOut = TIME_OUT;
+    bool lGood = lUnit->GetSize() + AF_OVERHEAD + PFT_HEADER_SIZE <= UDP_MAX_PACKET_SIZE;
+    for (auto _ : aState) {
+        MDIUnit lReceived(0, 0, 0);
+        lGood = lGood && lSender.mAF.Send(lUnit.get()) == 1 && lReceiver.mAF.Receive(&lReceived, &lTimeOut, 0) == 1 &&
+                lReceived.Parse() == 1 && lReceived.GetSize() == lUnit->GetSize();
+    }
+    Report(aState, lUnit->GetSize(), lGood);
+}
+BENCHMARK(StackRoundTrip)->ArgName("pft")->Arg(PFT_MODE_NONE)->Arg(PFT_MODE_FRAGMENT);
+
+}  // namespace
+
+BENCHMARK_MAIN();

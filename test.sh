@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Installs what is missing, checks the format, builds everything with g++ and clang, warnings as errors, and runs all
+# tests three times: as they are, with the address and undefined-behaviour sanitizers, and with the thread sanitizer.
+set -eu
+cd "$(dirname "$0")"
+
+scripts/install-packages.sh g++ clang libclang-rt-14-dev clang-format cmake ninja-build ccache libgtest-dev
+
+echo "== format"
+git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
+
+for preset in release asan tsan; do
+    echo "== $preset"
+    cmake --preset "$preset" -DTESSAVOX_TESTS=ON >/dev/null
+    cmake --build --preset "$preset" -- --quiet
+    ctest --preset "$preset" -j 4
+done
+
+echo "== clang"
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz -- --quiet
