@@ -84,6 +84,7 @@ PlayingLoop::Pass PlayingLoop::Forward(MDIUnit& aUnit, const unsigned char (&aFa
             std::exit(0);
         }
         platform::Print("%s", ModeReport(aFac, lRobustnessMode).c_str());
+        platform::Sleep(1);  // to the beginning of a tick, where every later unit goes out: the first interval is whole
     }
     cSender.Send(&aUnit);
     if (const uint32_t lCode = cSender.GetError(); lCode != 0) {

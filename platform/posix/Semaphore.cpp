@@ -44,11 +44,13 @@ Semaphore::WaitResult Semaphore::Wait(uint32_t aMilliseconds) {
 }
 
 bool Semaphore::Release() {
-    const Lock lLock(cMutex);
-    if (cCount >= cMaximumCount)
-        return false;
-    ++cCount;
-    cChanged.notify_all();
+    {
+        const Lock lLock(cMutex);
+        if (cCount >= cMaximumCount)
+            return false;
+        ++cCount;
+    }
+    cChanged.notify_all();  // without the lock, which the woken thread wants at once
     return true;
 }
 

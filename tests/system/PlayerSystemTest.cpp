@@ -1,0 +1,291 @@
+// Runs the built player as its user does: with its settings file, its keys and its console, over loopback.
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <linux/filter.h>
+#include <linux/seccomp.h>
+#include <sys/prctl.h>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <string>
+
+#include "Networking/ByteOrder.h"
+#include "Networking/RecordFormat.h"
+#include "platform/Clock.h"
+#include "platform/Socket.h"
+#include "tests/unit/TestSupport.h"
+
+namespace {
+
+constexpr char BANNER[] =
+    "******************************************\n"
+    "** Starting MDI File Player application **\n"
+    "**       VESTRAL Tessavox player        **\n"
+    "******************************************\n\n";
+constexpr char STARTED[] = "\nStarting DRM player application. PRESS 'q' to quit.\n";
+
+std::string ReadFile(const std::string& aPath) {
+    std::ifstream lFile(aPath, std::ios::binary);
+    return {std::istreambuf_iterator<char>(lFile), {}};
+}
+
+std::vector<std::string> Records(const std::string& aRecording) {
+    std::vector<std::string> lRecords;
+    for (size_t lStart = 0; lStart < aRecording.size(); lStart += lRecords.back().size())
+        lRecords.push_back(aRecording.substr(lStart, aRecording.find("fio_", lStart + 4) - lStart));
+    return lRecords;
+}
+
+// A player in the current directory; keys through a pipe, console into a file.
+class Player {
+public:
+    explicit Player(const std::function<void()>& aBefore = [] {}) {
+        int lKeys[2];
+        EXPECT_EQ(0, pipe2(lKeys, O_CLOEXEC));
+        cKeys = lKeys[1];
+        cProcess = fork();
+        if (cProcess == 0) {
+            dup2(lKeys[0], 0);
+            dup2(open("console", O_CREAT | O_TRUNC | O_WRONLY, 0600), 1);
+            aBefore();
+            execl(TESSAVOX, "tessavox", nullptr);
+            _exit(99);
+        }
+        close(lKeys[0]);
+    }
+    ~Player() {
+        if (cProcess > 0)
+            kill(cProcess, SIGKILL);
+        Ended();
+        close(cKeys);
+    }
+
+    void Press(const char* aKeys) { EXPECT_EQ(1, write(cKeys, aKeys, 1)); }
+
+    // Waits for its end: the exit code, or -1 after ten seconds or another end.
+    int ExitCode() {
+        return Eventually([this] { return Ended(); }) && WIFEXITED(cStatus) ? WEXITSTATUS(cStatus) : -1;
+    }
+    bool StillRuns() {
+        platform::Sleep(150);
+        return !Ended();
+    }
+    double ProcessorSeconds() {
+        kill(cProcess, SIGKILL);
+        EXPECT_TRUE(Eventually([this] { return Ended(); }));
+        return static_cast<double>(cUsage.ru_utime.tv_sec + cUsage.ru_stime.tv_sec) +
+               static_cast<double>(cUsage.ru_utime.tv_usec + cUsage.ru_stime.tv_usec) / 1e6;
+    }
+
+private:
+    bool Ended() {
+        if (cProcess > 0 && wait4(cProcess, &cStatus, WNOHANG, &cUsage) == cProcess)
+            cProcess = 0;
+        return cProcess == 0;
+    }
+
+    int cKeys = -1;
+    pid_t cProcess = 0;
+    int cStatus = 0;
+    rusage cUsage{};
+};
+
+class PlayerSystemTest : public testing::Test {
+protected:
+    static void Configure(const std::string& aSettings) {
+        std::ofstream("VESTRAL Tessavox.ini") << "[Settings]\n" << aSettings;
+    }
+    void ConfigureToPlay(const std::string& aFile) {
+        Configure("InputFileName=" + aFile + "\nDrmOutputAddress=127.0.0.1\nDrmOutputPort=" + std::to_string(cPort));
+    }
+    static void MakeRecording(const std::string& aOptions) {
+        ASSERT_EQ(0, std::system((std::string(MDI_MAKE) + " " + aOptions + " rec.mdi >/dev/null").c_str()));
+    }
+    // The "dlfc" of the next unit that arrives in one fragment; -1 when none does.
+    int64_t NextCounter() {
+        unsigned char lBytes[1472];
+        size_t lSize = 0;
+        if (cListener.Receive(lBytes, sizeof lBytes, &lSize) != platform::UdpSocket::ReceiveResult::DATAGRAM)
+            return -1;
+        const std::string lDatagram(reinterpret_cast<char*>(lBytes), lSize);
+        const size_t lItem = lDatagram.find(std::string("dlfc\0\0\0\x20", 8));
+        EXPECT_EQ("PF", lDatagram.substr(0, 2));
+        EXPECT_EQ("AF", lDatagram.substr(14, 2));
+        return lItem == std::string::npos ? -1 : ReadU32(lBytes + lItem + 8);
+    }
+    void Listen() {
+        ASSERT_TRUE(cListener.Create() && cListener.Bind(0x7F000001, static_cast<uint16_t>(cPort)) &&
+                    cListener.SetReceiveTimeout(8000));
+    }
+
+    const TestDirectory cDirectory;
+    const uint32_t cPort = TestPort();
+    platform::UdpSocket cListener;
+};
+
+// The kernel then refuses every socket to the process.
+void RefuseSockets() {
+    sock_filter lFilter[] = {BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
+                             BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_socket, 0, 1),
+                             BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | EAFNOSUPPORT),
+                             BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)};
+    const sock_fprog lProgram = {4, lFilter};
+    prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0);
+    prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &lProgram);
+}
+
+void LoseDirectory() {
+    std::filesystem::create_directory("gone");
+    std::filesystem::current_path("gone");
+    std::filesystem::remove("../gone");
+}
+
+TEST_F(PlayerSystemTest, EveryStartUpFailureIsNamedAndExitsWith0) {
+    std::ofstream("rec.mdi") << "x";
+    const std::string lIni = (cDirectory.GetPath() / "VESTRAL Tessavox.ini").string();
+    const std::string lGood = "InputFileName=rec.mdi\nDrmOutputAddress=127.0.0.1\nDrmOutputPort=5000\n";
+    const auto lPort = [](const char* aText) {
+        return "ERROR: DRM IP PORT must be 1025<=DrmOutputPort<=65535, current value = " + std::string(aText) + "\n";
+    };
+    const auto lMissing = [](const char* aKey) { return "ERROR: Missing \"" + std::string(aKey) + "\" setting\n"; };
+    const auto lUnable = [](const std::string& aAddress, const char* aCode) {
+        return "\nUnable to open port \"" + aAddress + "\" : Error " + aCode;
+    };
+    struct {
+        std::string mSettings;
+        std::string mConsole;  // behind the banner
+        bool mAwaitsKey;
+        void (*mBefore)();
+    } const CASES[] = {
+        {"-", "Missing \"" + lIni + "\" file\n", true, nullptr},
+        {"", lMissing("InputFileName"), true, nullptr},
+        {"InputFileName=\nDrmOutputPort=1\n", lMissing("InputFileName"), true, nullptr},
+        {"InputFileName=rec.mdi\nDrmOutputPort=1\n", lMissing("DrmOutputAddress"), true, nullptr},
+        {"InputFileName=r\nDrmOutputAddress=a\n", lMissing("DrmOutputPort"), true, nullptr},
+        {"InputFileName=r\nDrmOutputAddress=a\nDrmOutputPort=-1\n", lMissing("DrmOutputPort"), true, nullptr},
+        {"InputFileName=r\nDrmOutputAddress=a\nDrmOutputPort=1024\n", lPort("1024"), true, nullptr},
+        {"InputFileName=r\nDrmOutputAddress=a\nDrmOutputPort=65536\n", lPort("65536"), true, nullptr},
+        {"InputFileName=r\nDrmOutputAddress=a\nDrmOutputPort=port\n", lPort("0"), true, nullptr},
+        {lGood, "WSAStartup KO", false, RefuseSockets},
+        {"InputFileName=none.mdi\nDrmOutputAddress=127.0.0.1\nDrmOutputPort=5000\n",
+         "\n\tUnable to open MDI file\n" + lUnable("dcp.file.pft:none.mdi:0:0", "10"), true, nullptr},
+        {"InputFileName=C:\\rec.mdi\nDrmOutputAddress=127.0.0.1\nDrmOutputPort=5000\n",
+         lUnable("dcp.file.pft:C:\\rec.mdi:0:0", "5"), true, nullptr},
+        {"InputFileName=rec.mdi\nDrmOutputAddress=modulator.example\nDrmOutputPort=5000\n",
+         lUnable("dcp.udp.pft://modulator.example:5000", "8"), true, nullptr},
+        {"InputFileName=rec.mdi\nDrmOutputAddress=modulator\nDrmOutputPort=1025\n",
+         "connecting socket failed. Error: 13" + lUnable("dcp.udp.pft://modulator:1025", "9"), true, nullptr},
+        {lGood, "Unable to find currentDirectory\n", true, LoseDirectory},
+    };
+    for (const auto& lCase : CASES) {
+        SCOPED_TRACE(lCase.mConsole);
+        std::filesystem::remove("VESTRAL Tessavox.ini");
+        if (lCase.mSettings != "-")
+            Configure(lCase.mSettings);
+        Player lPlayer(lCase.mBefore != nullptr ? lCase.mBefore : [] {});
+        const std::string lExpected = BANNER + lCase.mConsole;
+        EXPECT_TRUE(Eventually([&] { return ReadFile("console").size() >= lExpected.size(); }));
+        if (lCase.mAwaitsKey) {
+            EXPECT_TRUE(lPlayer.StillRuns());
+            lPlayer.Press("x");
+        }
+        EXPECT_EQ(0, lPlayer.ExitCode());
+        EXPECT_EQ(lExpected, ReadFile("console"));
+    }
+}
+
+TEST_F(PlayerSystemTest, PlaysRenumberedInALoopUntilQ) {
+    MakeRecording("--frames 4 --first-identity 2");  // 2, 0, 1, 2: the first is dropped in the first pass
+    ConfigureToPlay("rec.mdi");
+    Listen();
+    Player lPlayer;
+    for (int64_t lCounter = 0; lCounter < 6; ++lCounter) {
+        EXPECT_EQ(lCounter, NextCounter());
+        if (lCounter == 2)
+            lPlayer.Press("Q");
+    }
+    EXPECT_TRUE(lPlayer.StillRuns());
+    lPlayer.Press("q");
+    EXPECT_EQ(0, lPlayer.ExitCode());
+    const std::string lExpected = std::string(BANNER) + STARTED +
+                                  "DRM Mode:\n\tSpectrum Occupancy => 10KHz\n\tRobustness Mode => B\n"
+                                  "\tSDC Mode => 16QAM\n\tMSC Mode => 64QAM (standard)\n"
+                                  "\tTime Interleaving => Long (2s)\n\n\t\t*** | ***\r\t\t*** / ***\r\t\t*** - ***\r"
+                                  "\t\t*** \\ ***\r\t\t*** | ***\r";
+    EXPECT_EQ(0u, ReadFile("console").find(lExpected)) << ReadFile("console");
+    EXPECT_EQ("", ReadFile("ERR_SYS.tra"));
+}
+
+TEST_F(PlayerSystemTest, PlaysOnWhoeverListens) {
+    MakeRecording("--frames 9 --packets pft --fragment-size 400 --no-time");
+    ConfigureToPlay("rec.mdi");
+    Player lPlayer;
+    for (int lRound = 0; lRound < 2; ++lRound) {
+        platform::Sleep(900);
+        Listen();
+        EXPECT_GE(NextCounter(), 2 * lRound);
+        cListener.Close();
+    }
+    EXPECT_TRUE(lPlayer.StillRuns());
+    EXPECT_EQ("", ReadFile("ERR_SYS.tra"));
+}
+
+// What cannot be played must leave processor, console and trace file alone.
+TEST_F(PlayerSystemTest, AUselessRecordingLeavesTheMachineIdle) {
+    std::string lForeign, lWrongCRC, lDamaged, lNeverFirst;
+    MakeRecording("--frames 3");
+    for (std::string lRecord : Records(ReadFile("rec.mdi"))) {
+        lRecord.back() = static_cast<char>(lRecord.back() ^ 1);
+        lWrongCRC += lRecord;
+        lRecord.replace(lRecord.find("DMDI"), 4, "DSDI");
+        lRecord[RECORD_HEADER_SIZE + 8] = 0x10;  // without a CRC
+        lForeign += lRecord.replace(lRecord.size() - 2, 2, 2, '\0');
+    }
+    MakeRecording("--frames 3 --packets pft --fragment-size 100");
+    for (std::string lRecord : Records(ReadFile("rec.mdi"))) {
+        if (lRecord[RECORD_HEADER_SIZE + 6] != 0)
+            lNeverFirst += lRecord;
+        lRecord[RECORD_HEADER_SIZE + 11] = static_cast<char>(lRecord[RECORD_HEADER_SIZE + 11] ^ 1);
+        lDamaged += lRecord;
+    }
+    MakeRecording("--frames 1 --first-identity 1");
+    const std::string lOutOfOrder = ReadFile("rec.mdi");
+    const std::pair<const char*, std::string> CASES[] = {
+        {"31 bytes", std::string(31, 'x')}, {"nothing known", std::string(5000, 'x')}, {"another protocol", lForeign},
+        {"wrong CRC", lWrongCRC},           {"no first fragment", lNeverFirst},        {"damaged fragments", lDamaged},
+        {"out of order", lOutOfOrder}};
+    for (const auto& [lName, lBytes] : CASES) {
+        SCOPED_TRACE(lName);
+        std::filesystem::remove("ERR_SYS.tra");
+        std::ofstream("rec.mdi", std::ios::binary) << lBytes;
+        ConfigureToPlay("rec.mdi");
+        Player lPlayer;
+        platform::Sleep(2000);
+        EXPECT_LT(lPlayer.ProcessorSeconds(), 0.7);  // spinning takes 2 and more
+        const std::string lLines = ReadFile("console") + ReadFile("ERR_SYS.tra");
+        EXPECT_LT(std::count(lLines.begin(), lLines.end(), '\n'), 6 + 20);
+    }
+}
+
+TEST_F(PlayerSystemTest, StartsAndStopsAnyNumberOfTimes) {
+    MakeRecording("--frames 3");
+    ConfigureToPlay("rec.mdi");
+    for (int lRound = 0; lRound < 20; ++lRound) {
+        Player lPlayer;
+        platform::Sleep(static_cast<uint32_t>(lRound));
+        lPlayer.Press("q");
+        ASSERT_EQ(0, lPlayer.ExitCode()) << lRound;
+    }
+}
+
+}  // namespace
