@@ -1,15 +1,17 @@
 #include "Networking/AFLayer.h"
 
+#include "platform/Clock.h"
 #include "platform/Console.h"
 #include "runtime/Trace.h"
 
-AFLayer::AFLayer() : ciQueue(AF_QUEUE_SIZE), ciCRC(CRC16_POLYNOMIAL, true) {
+AFLayer::AFLayer()
+    : ciQueue(std::make_unique<PacketQueue>(AF_QUEUE_SIZE)), ciCRC(std::make_unique<CRC16>(CRC16_POLYNOMIAL, true)) {
     ciOverhead = AF_OVERHEAD;
 }
 
 void AFLayer::NewPacket(uint32_t aCapacity) {
     ciPacket = std::make_unique<AFPacket>(aCapacity, ciMajorVersion, ciMinorVersion);
-    ciPacket->SetCRCEngine(&ciCRC);
+    ciPacket->SetCRCEngine(ciCRC.get());
     ciPacket->cPayloadProtocol = ciPayloadProtocol;
 }
 
@@ -40,16 +42,18 @@ uint32_t AFLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagInd
             FailAsBelow();
         if (lResult == 0 || lResult == 2)
             return LoseSynchronisation(lResult);
-        CHECK_INVARIANT_AS(lResult == 1, "0");
-        if (lResult != 1)
+        if (lResult != 1) {
+            CHECK_INVARIANT_AS(false, "0");
+            platform::Sleep(RETRY_DELAY);
             continue;
+        }
         if (ciPacket->Parse() != 1) {
             platform::Print("AF Packet Parsing Failed\n");
-            ciQueue.Clear();
+            ciQueue->Clear();
             return 0;
         }
         if (!IsThisTagRegistered(ciPayloadProtocol)) {
-            cBrake.Useless(RetryBrake::SILENT, apTimeOut);
+            cBrake.Useless(RetryBrake::REPORTED, apTimeOut);
             continue;
         }
         cBrake.Useful();
@@ -64,7 +68,7 @@ uint32_t AFLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagInd
                 ++ciSequence;
                 return 1;
             case Verdict::EARLY:
-                ciQueue.Insert(ciPacket.get(), lSequence, 0, 1);  // dropped when the queue is full
+                ciQueue->Insert(ciPacket.get(), lSequence, 0, 1);  // dropped when the queue is full
                 break;
             case Verdict::OUT_OF_SEQUENCE:
                 return LoseSynchronisation(0);
@@ -73,13 +77,13 @@ uint32_t AFLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagInd
 }
 
 bool AFLayer::TakeFromQueue(Packet* apOut) {
-    if (ciQueue.IsEmpty() || ciQueue.PeekSequence() != ciSequence)
+    if (ciQueue->IsEmpty() || ciQueue->PeekSequence() != ciSequence)
         return false;
     Packet* lpStored = nullptr;
     uint32_t lSequence = 0;
     uint32_t lIndex = 0;
     uint32_t lExtra = 0;
-    ciQueue.GetFirst(&lpStored, &lSequence, &lIndex, &lExtra);
+    ciQueue->GetFirst(&lpStored, &lSequence, &lIndex, &lExtra);
     // The queue holds what Parse accepted, so header and CRC are there, under the name of the payload's protocol.
     ciPayloadProtocol[0] = lpStored->cProtocol[0];
     lpStored->cPayload = lpStored->cData + AF_HEADER_SIZE;
@@ -91,7 +95,7 @@ bool AFLayer::TakeFromQueue(Packet* apOut) {
 }
 
 uint32_t AFLayer::LoseSynchronisation(uint32_t aResult) {
-    ciQueue.Clear();
+    ciQueue->Clear();
     ciState = NOT_SYNCHRONISED;
     return aResult;
 }

@@ -15,8 +15,9 @@ constexpr uint32_t AF_QUEUE_SIZE = 10;  // early packets that are held back, and
 // hands received payloads up in sequence.  Used in one direction.
 //
 // Receiving, the first packet sets the numbering; up to ten that come early wait for the missing ones.  A packet more
-// than ten ahead, a late or repeated one and any interruption from below give the numbering up: the next packet sets it
-// anew.  In file mode every valid packet counts as the next one.
+// than ten ahead, one less than ten behind and any interruption from below give the numbering up: the next packet sets
+// it anew.  One farther behind counts as ahead, across the wrap.  In file mode every valid packet counts as the next
+// one.
 class AFLayer : public Layer {
 public:
     AFLayer();
@@ -40,8 +41,8 @@ public:
     uint16_t ciSequence = 0;         // sending: of the next packet; receiving: expected next
     char ciPayloadProtocol[2] = "";  // protocol type of the packet in hand
     std::unique_ptr<AFPacket> ciPacket;
-    PacketQueue ciQueue;
-    CRC16 ciCRC;
+    std::unique_ptr<PacketQueue> ciQueue;
+    std::unique_ptr<CRC16> ciCRC;
 
 private:
     enum State : uint32_t { NOT_SYNCHRONISED = 0, SYNCHRONISED = 2 };
@@ -52,5 +53,5 @@ private:
     uint32_t LoseSynchronisation(uint32_t aResult);
     Verdict Judge(uint16_t aSequence) const;
 
-    RetryBrake cBrake;
+    RetryBrake cBrake{RetryBrake::LARGE_CREDIT};
 };

@@ -1,7 +1,6 @@
 #include "Networking/AFPacket.h"
 
 #include "Networking/ByteOrder.h"
-#include "Networking/StatusCodes.h"
 
 namespace {
 
@@ -45,14 +44,14 @@ uint32_t AFPacket::SetHeader(uint16_t aSequence, bool aCRCFlag) {
 }
 
 uint32_t AFPacket::SetCRC(bool aCRCFlag) {
+    if (cSize < AF_OVERHEAD || cSize > AF_MAX_SIZE || cSize > cCapacity) {
+        cError = PACKET_WRITE_OVERFLOW;
+        return 0;
+    }
     uint32_t lCRC = 0;
     if (aCRCFlag) {
         if (cpcEngine == nullptr)
             return 0;
-        if (cSize < AF_OVERHEAD || cSize > AF_MAX_SIZE || cSize > cCapacity) {
-            cError = PACKET_WRITE_OVERFLOW;
-            return 0;
-        }
         lCRC = cpcEngine->Compute(cData, static_cast<int32_t>(cSize - AF_CRC_SIZE));
     }
     unsigned char lBytes[AF_CRC_SIZE];
@@ -72,8 +71,12 @@ uint32_t AFPacket::Parse() {
     if (cHeader[0] != 'A' || cHeader[1] != 'F' || ((lAR >> 4) & 7) != cMajorVersion)
         return 0;
     const uint32_t lLength = ReadU32(cHeader + LENGTH_OFFSET);
-    if (lLength > AF_MAX_SIZE - AF_OVERHEAD || lLength + AF_OVERHEAD > ValidBytes())
+    if (lLength > AF_MAX_SIZE - AF_OVERHEAD)
         return 0;
+    if (lLength + AF_OVERHEAD > ValidBytes()) {
+        cError = PACKET_READ_OVERFLOW;
+        return 0;
+    }
     const uint32_t lCovered = AF_HEADER_SIZE + lLength;
     uint32_t lCRC = 0;
     if ((lAR & AR_CRC_FLAG) != 0) {

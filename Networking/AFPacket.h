@@ -40,7 +40,8 @@ public:
 
     // 1 for a valid packet of the same major version (the minor one may differ): cSize is then its size without what
     // follows it, the payload view is set and PT written to cPayloadProtocol, unless that is null.
-    // 0 changes none of these.
+    // 0 changes none of these; with PACKET_READ_OVERFLOW when the packet is cut short.  0 too without an engine for a
+    // packet that has a CRC.
     uint32_t Parse() override;
     uint16_t GetSequence() const;  // of SetHeader or the header last parsed
 

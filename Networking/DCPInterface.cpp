@@ -23,8 +23,8 @@ DCPInterface::DCPInterface(uint32_t aDirection) : ciDirection(aDirection) {
     const uint32_t lNumber = sinDCPInterface++;
     char lTaskName[] = "DCT0";
     char lSemaphoreName[] = "DCS0";
-    lTaskName[3] = static_cast<char>(lTaskName[3] + lNumber);
-    lSemaphoreName[3] = static_cast<char>(lSemaphoreName[3] + lNumber);
+    lTaskName[3] = static_cast<char>('0' + static_cast<int>(lNumber));
+    lSemaphoreName[3] = static_cast<char>('0' + static_cast<int>(lNumber));
     create(lTaskName, 35, 8192, RTEMS_NO_ASR, 0, RTEMS_NO_ASR, 0, 0, 0);
     ciSemaphore = std::make_unique<rtemsSemaphore>(lSemaphoreName, 0, 1, 0, RTEMS_BINARY_SEMAPHORE, 0, 0, 0);
     CHECK_INVARIANT_AS(ciSemaphore != nullptr, "ciSemaphore!=0");

@@ -81,5 +81,5 @@ private:
     void SendDown(Packet* apPacket);
 
     bool cWasStarted = false;
-    RetryBrake cBrake;
+    RetryBrake cBrake{RetryBrake::LARGE_CREDIT};
 };

@@ -8,6 +8,7 @@
 #include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/File.h"
+#include "platform/Thread.h"
 
 namespace {
 
@@ -20,10 +21,10 @@ bool HasName(const unsigned char* apItem, const char* apName) {
 
 }  // namespace
 
-FileLayer::FileLayer() : ciPacket(FILE_MAX_PACKET_SIZE), ciRecordHeader{} {
+FileLayer::FileLayer() : ciPacket(std::make_unique<Packet>(FILE_MAX_PACKET_SIZE)), ciRecordHeader{} {
     ciMaxPacketSize = FILE_MAX_PACKET_SIZE;
     ciOverhead = RECORD_HEADER_SIZE;
-    ciPacket.cProtocol = ciProtocol;
+    ciPacket->cProtocol = ciProtocol;
 }
 
 uint32_t FileLayer::Open(const char* apPath, bool aWrite, uint32_t aLimit) {
@@ -68,6 +69,7 @@ uint32_t FileLayer::ReadImage(std::FILE* apFile) {
 }
 
 void FileLayer::Close() {
+    const platform::StopGuard lGuard;
     ciOpen = false;
     std::FILE* const lpFile = std::exchange(ciFile, nullptr);
     if (lpFile == nullptr)
@@ -82,7 +84,7 @@ uint32_t FileLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagI
     *apTimeOut = 0;
     const uint32_t lResult = FindPacket();
     if (lResult == 1)
-        apOut->Share(&ciPacket);
+        apOut->Share(ciPacket.get());
     else
         *apTimeOut = RETRY_DELAY;
     return lResult;
@@ -127,12 +129,12 @@ FileLayer::Scan FileLayer::ScanRecord() {
     }
     if (lPacketSize > ciFileSize - ciReadOffset)
         return Scan::CUT_OFF;
-    ciPacket.Rewind();
-    ciPacket.SetSize(0);
-    ciPacket.Write(static_cast<uint32_t>(lPacketSize), ciImage.get() + ciReadOffset);
+    ciPacket->Rewind();
+    ciPacket->SetSize(0);
+    ciPacket->Write(static_cast<uint32_t>(lPacketSize), ciImage.get() + ciReadOffset);
     ciReadOffset += lPacketSize;
-    ciProtocol[0] = lPacketSize >= 2 ? static_cast<char>(ciPacket.cData[0]) : '\0';
-    ciProtocol[1] = lPacketSize >= 2 ? static_cast<char>(ciPacket.cData[1]) : '\0';
+    ciProtocol[0] = lPacketSize >= 2 ? static_cast<char>(ciPacket->cData[0]) : '\0';
+    ciProtocol[1] = lPacketSize >= 2 ? static_cast<char>(ciPacket->cData[1]) : '\0';
     return IsThisTagRegistered(ciProtocol) ? Scan::FOUND : Scan::SKIPPED;
 }
 
@@ -177,13 +179,19 @@ uint32_t FileLayer::Send(Packet* apPacket) {
     return WriteRecord(*apPacket);
 }
 
+// Not stoppable: a task that is stopped in a write holds the stream, and Close would wait for it.
 uint32_t FileLayer::WriteRecord(const Packet& aPacket) {
+    const platform::StopGuard lGuard;
     const uint64_t lMilliseconds = uint64_t{ciRecordCount} * FILE_FRAME_TIME;
     const RecordTime lTime = {static_cast<uint32_t>(lMilliseconds / 1000),
                               static_cast<uint32_t>(lMilliseconds % 1000 * 1000000)};
     WriteRecordHeader(ciRecordHeader, aPacket.GetSize(), &lTime);
-    if (ciFile == nullptr || std::fwrite(ciRecordHeader, 1, RECORD_HEADER_SIZE, ciFile) != RECORD_HEADER_SIZE ||
-        std::fwrite(aPacket.cData, 1, aPacket.GetSize(), ciFile) != aPacket.GetSize())
+    if (ciFile == nullptr)
         return Fail(FILE_WRITE_FAILED);
-    return 1;
+    const long lStart = std::ftell(ciFile);
+    if (std::fwrite(ciRecordHeader, 1, RECORD_HEADER_SIZE, ciFile) == RECORD_HEADER_SIZE &&
+        std::fwrite(aPacket.cData, 1, aPacket.GetSize(), ciFile) == aPacket.GetSize())
+        return 1;
+    std::fseek(ciFile, lStart, SEEK_SET);  // the next record takes the place of the piece: readers keep their step
+    return Fail(FILE_WRITE_FAILED);
 }

@@ -31,14 +31,15 @@ public:
     uint32_t Send(Packet* apPacket) override;
 
     // Sleeps *apTimeOut milliseconds, sets it to 0 and hands up the next AF packet or PF fragment of a registered
-    // protocol.  Other records are skipped.  1; 2 with FILE_END when a record is cut off by the end of the file; 0 when
-    // a whole pass finds nothing, without a code and with a line on the console if the file holds not even one packet.
+    // protocol.  Other records are skipped.  1; 2 with FILE_END when a record is cut off by the end of the file; 0
+    // without a code when a whole pass finds nothing, and with a line on the console when the file is too short for a
+    // record or its first record is cut off.
     // After 0 and 2 *apTimeOut is RETRY_DELAY, so that a caller who asks again does not spin.
     uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) override;
 
     std::FILE* ciFile = nullptr;  // while recording
     bool ciOpen = false;
-    Packet ciPacket;
+    std::unique_ptr<Packet> ciPacket;
     char ciProtocol[3] = "";
     unsigned char ciRecordHeader[RECORD_HEADER_SIZE];
     uint32_t ciRecordLimit = FILE_DEFAULT_RECORD_LIMIT;

@@ -4,13 +4,13 @@
 
 void Layer::SetLowerLayer(Layer* apLower) {
     ciLowerLayer = apLower;
-    if (apLower != nullptr && ciMaxPacketSize != LAYER_FIXED_MAX_PACKET_SIZE)
+    if (ciMaxPacketSize != LAYER_FIXED_MAX_PACKET_SIZE)
         DeriveMaxPacketSize();
 }
 
 void Layer::DeriveMaxPacketSize() {
-    const uint32_t lLowerSize = ciLowerLayer != nullptr ? ciLowerLayer->ciMaxPacketSize : 0;
-    ciMaxPacketSize = lLowerSize > ciOverhead ? lLowerSize - ciOverhead : 0;
+    if (ciLowerLayer != nullptr)
+        ciMaxPacketSize = ciLowerLayer->ciMaxPacketSize - ciOverhead;
 }
 
 uint32_t Layer::RegisterTag(const char* apTag, uint32_t* apIndex) {

@@ -4,7 +4,6 @@
 #include <cstdint>
 
 #include "Networking/Packet.h"
-#include "Networking/StatusCodes.h"
 
 constexpr uint32_t LAYER_MAX_TAGS = 2;
 // A ciMaxPacketSize that does not follow from the layer below.

@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "Networking/ByteOrder.h"
-#include "Networking/StatusCodes.h"
 
 namespace {
 
@@ -56,7 +55,8 @@ MDIUnit::MDIUnit(uint32_t aCapacity, uint16_t aMajorRevision, uint16_t aMinorRev
 uint32_t MDIUnit::Parse() {
     if (cRecorded == cData && HasAll())
         return 1;
-    cRecords.fill(Record());
+    if (cRecorded != cData)
+        cRecords.fill(Record());
     cRecorded = cData;
     for (uint32_t lItem = PTR; lItem < ITEM_COUNT; ++lItem) {
         if (lItem == TIST && !HasAnyStream())
@@ -64,6 +64,7 @@ uint32_t MDIUnit::Parse() {
         const Rule& lRule = RuleOf(lItem);
         unsigned char* lpItem;
         if (FindItem(lRule.mName, &lpItem) == 0) {
+            cRecords[lItem] = Record();
             if (lRule.mRequired)
                 return Fail(MDI_ITEM_MISSING);
             continue;

@@ -9,10 +9,10 @@ class NamedPacket : public Packet {
 public:
     // A null name becomes the empty one.
     NamedPacket(const Packet& aSource, const char* apProtocol, const char* apPayloadProtocol)
-        : Packet(aSource.GetSize()),
+        : Packet(aSource.ValidBytes()),
           cProtocolName(apProtocol != nullptr ? apProtocol : ""),
           cPayloadProtocolName(apPayloadProtocol != nullptr ? apPayloadProtocol : "") {
-        Write(aSource.GetSize(), aSource.cData);
+        Write(aSource.ValidBytes(), aSource.cData);
         cProtocol = cProtocolName.c_str();
         cPayloadProtocol = cPayloadProtocolName.data();
         cPayloadSize = aSource.cPayloadSize;

@@ -22,11 +22,11 @@ uint32_t ReadSupportedErrors() {
 
 PFTLayer::PFTLayer()
     : ciSupportedErrors(ReadSupportedErrors()),
-      cpcQueue(PFT_QUEUE_SIZE),
-      cpcTempPacket(PFT_TEMP_PACKET_SIZE),
+      cpcQueue(std::make_unique<PacketQueue>(PFT_QUEUE_SIZE)),
+      cpcTempPacket(std::make_unique<Packet>(PFT_TEMP_PACKET_SIZE)),
       cpcCRC(PFTPacket::SharedEngine()) {
     ciOverhead = PFT_HEADER_SIZE;
-    cpcTempPacket.cProtocol = ciReassembledTag;
+    cpcTempPacket->cProtocol = ciReassembledTag;
 }
 
 void PFTLayer::SetAddressing(uint32_t aOn) {
@@ -100,8 +100,8 @@ uint32_t PFTLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIn
     cpcFragment = std::make_unique<PFTPacket>(0);
     cpcFragment->cPayloadProtocol = ciReassembledTag;
     PFTPacket::spcCRCEngine = cpcCRC;
-    cpcTempPacket.Rewind();
-    cpcTempPacket.SetSize(0);
+    cpcTempPacket->Rewind();
+    cpcTempPacket->SetSize(0);
     ResetSubPackets();
     cPacketHasParity = false;
 
@@ -119,7 +119,7 @@ uint32_t PFTLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIn
                 break;
             default:
                 CHECK_INVARIANT_AS(ciRxState == RX_RESET, "0");
-                cpcQueue.Clear();
+                cpcQueue->Clear();
                 ciRxState = RX_WAIT_FIRST;
                 break;
         }
@@ -132,31 +132,32 @@ uint32_t PFTLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIn
 }
 
 uint32_t PFTLayer::Deliver(Packet* apOut) {
-    const uint32_t lMissing = AssembleSubPackets(&cpcTempPacket);
-    CHECK_INVARIANT_AS(cpcTempPacket.GetSize() != 0, "cpcTempPacket->GetSize()!=0");
+    uint32_t lMissingIndexes[PFT_MAX_MISSING];
+    const uint32_t lMissing = AssembleSubPackets(cpcTempPacket.get(), lMissingIndexes);
+    CHECK_INVARIANT_AS(cpcTempPacket->GetSize() != 0, "cpcTempPacket->GetSize()!=0");
     // Parity interleaves the bytes even of a packet that lacks nothing, and there is no decoder here to undo it.
     if (cPacketHasParity || lMissing > 0) {
         ciRxState = RX_RESET;
         return 0;
     }
-    const bool lHasTag = cpcTempPacket.GetSize() >= 2;
-    ciReassembledTag[0] = lHasTag ? static_cast<char>(cpcTempPacket.cData[0]) : '\0';
-    ciReassembledTag[1] = lHasTag ? static_cast<char>(cpcTempPacket.cData[1]) : '\0';
-    apOut->Share(&cpcTempPacket);
+    const bool lHasTag = cpcTempPacket->GetSize() >= 2;
+    ciReassembledTag[0] = lHasTag ? static_cast<char>(cpcTempPacket->cData[0]) : '\0';
+    ciReassembledTag[1] = lHasTag ? static_cast<char>(cpcTempPacket->cData[1]) : '\0';
+    apOut->Share(cpcTempPacket.get());
     ciRxState = RX_WAIT_NEXT;
     return 1;
 }
 
 PFTLayer::Outcome PFTLayer::WaitFirst(uint32_t* apTimeOut) {
     switch (ReceiveFirst(apTimeOut)) {
-        case Step::FIRST:
+        case FIRST:
             cBrake.Useful();
             ciRxState = StoreFragment() ? RX_COMPLETE : RX_WAIT_NEXT;
             break;
-        case Step::NOT_FIRST:
+        case NOT_FIRST:
             cBrake.Useless(RetryBrake::SILENT, apTimeOut);
             break;
-        case Step::FAILED:
+        case FAILED:
             CHECK_INVARIANT_AS(false, "0");
             cBrake.Useless(RetryBrake::REPORTED, apTimeOut);
             break;
@@ -168,23 +169,23 @@ PFTLayer::Outcome PFTLayer::WaitFirst(uint32_t* apTimeOut) {
 
 PFTLayer::Outcome PFTLayer::WaitNext(uint32_t* apTimeOut) {
     switch (ReceiveNext(apTimeOut)) {
-        case Step::STORED:
+        case STORED:
             cBrake.Useful();
             if (StoreFragment())
                 ciRxState = RX_COMPLETE;
             else if (cidwFIDXIndex == 0)
                 return Outcome::LOST;  // the packet's last fragment has passed: it never gets complete
             break;
-        case Step::EARLY:
-            QueueFragment(apTimeOut);
-            if (cpcQueue.GetCount() >= PFT_QUEUE_PATIENCE)
+        case EARLY:
+            cBrake.Useless(QueueFragment(cpcFragment.get()) ? RetryBrake::SILENT : RetryBrake::REPORTED, apTimeOut);
+            if (cpcQueue->GetCount() >= PFT_QUEUE_PATIENCE)
                 ciRxState = RX_GAP;
             break;
-        case Step::FAILED:
+        case FAILED:
             CHECK_INVARIANT_AS(false, "0");
             cBrake.Useless(RetryBrake::REPORTED, apTimeOut);
             break;
-        case Step::TIMED_OUT:
+        case TIMED_OUT:
             return Outcome::TIMED_OUT;
         default:  // far away
             return Outcome::LOST;
@@ -210,55 +211,55 @@ void PFTLayer::LeaveGap() {
         ciRxState = cSubPacketTotal > 0 && cSubPacketSize > 0 ? RX_COMPLETE : RX_RESET;
 }
 
-PFTLayer::Step PFTLayer::ReceiveFirst(uint32_t* apTimeOut) {
+uint32_t PFTLayer::ReceiveFirst(uint32_t* apTimeOut) {
     const uint32_t lResult = ciLowerLayer->Receive(cpcFragment.get(), apTimeOut, 0);
     if (lResult == 0)
         FailAsBelow();
     if (lResult != 1)
-        return lResult == 2 ? Step::TIMED_OUT : Step::FAILED;
+        return lResult == 2 ? TIMED_OUT : FAILED;
     if (IsWholePacket())
-        return Step::FIRST;
+        return FIRST;
     if (cpcFragment->Parse() != 1)
-        return Step::FAILED;
+        return FAILED;
     if (cpcFragment->GetFindex() != 0)
-        return Step::NOT_FIRST;
+        return NOT_FIRST;
     ciwPSeq = cpcFragment->GetPSeq();
     cidwFCount = cpcFragment->GetFcount();
     cidwFIDXIndex = 0;
     AdvancePosition();
-    return Step::FIRST;
+    return FIRST;
 }
 
-PFTLayer::Step PFTLayer::ReceiveNext(uint32_t* apTimeOut) {
+uint32_t PFTLayer::ReceiveNext(uint32_t* apTimeOut) {
     if (CheckQueue())
-        return Step::STORED;
+        return STORED;
     const uint32_t lResult = ciLowerLayer->Receive(cpcFragment.get(), apTimeOut, 0);
     if (lResult == 0)
         FailAsBelow();
     if (lResult != 1)
-        return lResult == 2 ? Step::TIMED_OUT : Step::FAILED;
+        return lResult == 2 ? TIMED_OUT : FAILED;
     if (IsWholePacket()) {
         // It is a packet of its own; what was collected of another one is given up.
         ResetSubPackets();
         cidwFIDXIndex = 0;
-        return Step::STORED;
+        return STORED;
     }
     if (cpcFragment->Parse() != 1)
-        return Step::FAILED;
+        return FAILED;
     if (cpcFragment->GetFindex() == cidwFIDXIndex && cpcFragment->GetPSeq() == ciwPSeq) {
         cidwFCount = cpcFragment->GetFcount();
         AdvancePosition();
-        return Step::STORED;
+        return STORED;
     }
-    return IsFar(cpcFragment->GetPSeq(), cpcFragment->GetFindex()) ? Step::FAR : Step::EARLY;
+    return IsFar(cpcFragment->GetPSeq(), cpcFragment->GetFindex()) ? FAR : EARLY;
 }
 
 // Takes the fragment at the expected position from the queue.  A far one at its front is dropped.
 bool PFTLayer::CheckQueue() {
-    if (cpcQueue.IsEmpty())
+    if (cpcQueue->IsEmpty())
         return false;
-    const uint32_t lPSeq = cpcQueue.PeekSequence();
-    const uint32_t lFindex = cpcQueue.PeekIndex();
+    const auto lPSeq = static_cast<uint16_t>(cpcQueue->PeekSequence());
+    const uint32_t lFindex = cpcQueue->PeekIndex();
     const bool lExpected = lPSeq == ciwPSeq && lFindex == cidwFIDXIndex;
     if (!lExpected && !IsFar(lPSeq, lFindex))
         return false;
@@ -266,7 +267,7 @@ bool PFTLayer::CheckQueue() {
     uint32_t lSequence = 0;
     uint32_t lIndex = 0;
     uint32_t lFcount = 0;
-    cpcQueue.GetFirst(&lpStored, &lSequence, &lIndex, &lFcount);
+    cpcQueue->GetFirst(&lpStored, &lSequence, &lIndex, &lFcount);
     if (!lExpected)
         return false;
     cidwFCount = lFcount;
@@ -278,12 +279,13 @@ bool PFTLayer::CheckQueue() {
     return true;
 }
 
-void PFTLayer::QueueFragment(uint32_t* apTimeOut) {
-    cpcFragment->Rewind();
-    const bool lStored = cpcQueue.Insert(cpcFragment.get(), cpcFragment->GetPSeq(), cpcFragment->GetFindex(),
-                                         cpcFragment->GetFcount()) == 1;
+bool PFTLayer::QueueFragment(PFTPacket* apFragment) {
+    apFragment->Rewind();
+    const auto lAhead = static_cast<int16_t>(apFragment->GetPSeq() - ciwPSeq);
+    const uint32_t lSequence = cEpoch + ciwPSeq + static_cast<uint32_t>(lAhead);
+    const bool lStored = cpcQueue->Insert(apFragment, lSequence, apFragment->GetFindex(), apFragment->GetFcount()) == 1;
     CHECK_INVARIANT_AS(lStored, "res==SUCCESSFUL");
-    cBrake.Useless(lStored ? RetryBrake::SILENT : RetryBrake::REPORTED, apTimeOut);
+    return lStored;
 }
 
 // The distance is counted in fragments, as if every packet between had cidwFCount of them; 32 bits, wrapping.
@@ -299,8 +301,8 @@ bool PFTLayer::IsFar(uint32_t aPSeq, uint32_t aFindex) const {
 
 void PFTLayer::AdvancePosition() {
     cidwFIDXIndex = (cidwFIDXIndex + 1) % cidwFCount;
-    if (cidwFIDXIndex == 0)
-        ++ciwPSeq;
+    if (cidwFIDXIndex == 0 && ++ciwPSeq == 0)
+        cEpoch += 0x10000;
 }
 
 // Puts the fragment or whole packet in hand into the list; whether the packet is complete now.
@@ -347,8 +349,7 @@ bool PFTLayer::AddSubPacket(const PFTPacket* apFragment) {
     return true;
 }
 
-// Joins the list's payloads; returns how many fragments are missing.  Their places are filled up.
-uint32_t PFTLayer::AssembleSubPackets(Packet* apTemp) {
+uint32_t PFTLayer::AssembleSubPackets(Packet* apTemp, uint32_t* apMissing) {
     uint32_t lMissing = 0;
     if (IsWholePacket()) {
         const Packet* const lpWhole = cSubPacketList[0].get();
@@ -358,15 +359,16 @@ uint32_t PFTLayer::AssembleSubPackets(Packet* apTemp) {
     } else if (cSubPacketTotal > 0 && cSubPacketSize > 0) {
         const std::vector<unsigned char> lFiller(static_cast<size_t>(cSubPacketSize));
         const auto lTotal = std::min(static_cast<uint32_t>(cSubPacketTotal), PFT_MAX_SUB_PACKETS);
-        lMissing = static_cast<uint32_t>(cSubPacketTotal) - lTotal;
         for (uint32_t lIndex = 0; lIndex < lTotal; ++lIndex) {
             const Packet* const lpFragment = cSubPacketList[lIndex].get();
             const uint32_t lWritten = lpFragment != nullptr
                                           ? apTemp->Write(lpFragment->cPayloadSize, lpFragment->cPayload)
                                           : apTemp->Write(static_cast<uint32_t>(lFiller.size()), lFiller.data());
             CHECK_INVARIANT_AS(lWritten == 1, "0");
-            lMissing += lpFragment == nullptr ? 1 : 0;
+            if (lpFragment == nullptr && lMissing++ < PFT_MAX_MISSING)
+                apMissing[lMissing - 1] = lIndex;
         }
+        lMissing += static_cast<uint32_t>(cSubPacketTotal) - lTotal;
     }
     ResetSubPackets();
     return lMissing;

@@ -23,14 +23,22 @@ enum PFTMode : uint32_t {
     PFT_MODE_FRAGMENT = 2  // fragments without parity
 };
 
+enum PFTRxState : uint32_t {
+    RX_RESET = 0,       // drop the queue, then wait for a first fragment
+    RX_WAIT_FIRST = 1,  // for a fragment with Findex 0 of any packet
+    RX_COMPLETE = 2,    // every fragment is stored or counts as lost
+    RX_WAIT_NEXT = 3,   // for the fragment at the expected position
+    RX_GAP = 4          // that fragment counts as lost
+};
+
 // Protection, Fragmentation and Transport (ETSI TS 102 821), without the Reed-Solomon protection: sends each AF packet
 // as PF fragments, spread over about 200 ms, and puts received fragments together again.  Used in one direction.
 //
 // Receiving, the layer follows an expected position (PSeq and Findex).  Fragments ahead of it wait in a queue of 20
-// copies, in order; a fragment more than ten away, a time-out in mid-packet and a packet that cannot be put together
-// cost the packet in hand and the queue, and the layer waits for the next fragment with Findex 0.  A packet of the
-// layer's own registered protocol ("AF", sent without PFT) is passed up whole.  Packets of more than 80 fragments, and
-// packets with parity that lack a fragment or not, are lost.
+// copies, in order; a fragment more than ten away, a time-out and a packet that cannot be put together cost the packet
+// in hand and the queue, and the layer waits for the next fragment with Findex 0.  A packet of the layer's own
+// registered protocol ("AF", sent without PFT) is passed up whole.  Packets of more than 80 fragments, and packets with
+// parity that lack a fragment or not, are lost.
 class PFTLayer : public Layer {
 public:
     // Reads the registry's "PftSupportedErrors".
@@ -44,11 +52,22 @@ public:
     // (an empty packet) or the code of the layer below; PSeq then stays, the fragments sent stay sent.
     uint32_t Send(Packet* apPacket) override;
 
-    // 1 a packet; 2 the layer below timed out in mid-packet; 0 a packet was lost, without a code.  Does not return
-    // while it waits for a first fragment.  What fails meanwhile is traced as the assertion "0".
+    // 1 a packet; 2 the layer below timed out; 0 a packet was lost, without a code.  Does not return while it waits
+    // for a first fragment, at the start and after 0 and 2.  What fails meanwhile is traced as the assertion "0".
     uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) override;
 
-    enum RxState : uint32_t { RX_RESET = 0, RX_WAIT_FIRST = 1, RX_COMPLETE = 2, RX_WAIT_NEXT = 3, RX_GAP = 4 };
+    // The steps of Receive.
+    enum Step : uint32_t { FAILED = 0, TIMED_OUT = 1, FIRST = 3, STORED = 4, EARLY = 5, FAR = 6, NOT_FIRST = 6 };
+    uint32_t ReceiveFirst(uint32_t* apTimeOut);          // FAILED, TIMED_OUT, FIRST or NOT_FIRST
+    uint32_t ReceiveNext(uint32_t* apTimeOut);           // FAILED, TIMED_OUT, STORED, EARLY or FAR
+    bool CheckQueue();                                   // whether the expected fragment came from the queue
+    bool QueueFragment(PFTPacket* apFragment);           // false when the queue is full
+    bool IsFar(uint32_t aPSeq, uint32_t aFindex) const;  // from the expected position
+    bool AddSubPacket(const PFTPacket* apFragment);      // null is a lost one; whether the list is complete
+    // Joins the list's payloads, with placeholders for what is missing; returns how many fragments are.  Their indexes,
+    // PFT_MAX_MISSING at most, go to apMissing.
+    uint32_t AssembleSubPackets(Packet* apTemp, uint32_t* apMissing);
+    void ResetSubPackets();
 
     uint32_t cSubPacketCurrent = 0;  // entries filled, lost fragments included
     int32_t cSubPacketTotal = -1;    // Fcount of the packet in hand, -1 before its first fragment
@@ -65,33 +84,25 @@ public:
     char ciReassembledTag[3] = "";
     uint32_t ciSupportedErrors = 1;  // lost fragments per packet that protection is sized for, 1 to 7
     std::unique_ptr<PFTPacket> cpcFragment;
-    PacketQueue cpcQueue;
-    Packet cpcTempPacket;
+    std::unique_ptr<PacketQueue> cpcQueue;
+    std::unique_ptr<Packet> cpcTempPacket;
     const CRC16* cpcCRC;  // never freed: other layers' fragments use it too
 
 private:
-    enum class Step { TIMED_OUT, NOT_FIRST, FIRST, FAILED, STORED, EARLY, FAR };
     enum class Outcome { GO_ON, TIMED_OUT, LOST };
 
     uint32_t SendFragments(Packet* apPacket);
     uint32_t SendFragment(Packet* apPacket, uint32_t aSize);
 
-    Step ReceiveFirst(uint32_t* apTimeOut);
-    Step ReceiveNext(uint32_t* apTimeOut);
-    bool CheckQueue();
     Outcome WaitFirst(uint32_t* apTimeOut);
     Outcome WaitNext(uint32_t* apTimeOut);
     void LeaveGap();
-    void QueueFragment(uint32_t* apTimeOut);
     bool StoreFragment();
-    bool IsFar(uint32_t aPSeq, uint32_t aFindex) const;
     bool IsWholePacket() const { return IsThisTagRegistered(cpcFragment->cProtocol); }
     void AdvancePosition();
-    bool AddSubPacket(const PFTPacket* apFragment);
-    uint32_t AssembleSubPackets(Packet* apTemp);
-    void ResetSubPackets();
     uint32_t Deliver(Packet* apOut);
 
     bool cPacketHasParity = false;  // the FEC flag of the fragment last noted
-    RetryBrake cBrake;
+    uint32_t cEpoch = 0x10000;  // added to PSeq in the queue, raised when ciwPSeq wraps, so that its order is circular
+    RetryBrake cBrake{RetryBrake::SMALL_CREDIT};
 };

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "Networking/StatusCodes.h"
-
 Packet::Packet(uint32_t aCapacity)
     : cData(nullptr),
       cProtocol(nullptr),
@@ -33,7 +31,8 @@ Packet::Packet(const Packet& aOther) : Packet(aOther.cOwner ? aOther.cCapacity :
     if (aOther.cPayload != nullptr)
         MovePayload(aOther.OffsetOf(aOther.cPayload));
     cPayloadSize = aOther.cPayloadSize;
-    Rewind();
+    if (cOwner)
+        Rewind();
 }
 
 uint32_t Packet::Write(uint32_t aLength, const unsigned char* apBytes) {

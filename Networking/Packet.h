@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "Networking/StatusCodes.h"
+
 // The byte buffer that every DCP and MDI unit travels in: valid bytes at the front of a buffer, a write and a read
 // position that move independently, and a payload view that a subclass lays over the part it carries for the layer
 // above.
@@ -36,7 +38,7 @@ public:
     // Take from the read position; 1, or 0 with PACKET_READ_OVERFLOW when fewer valid bytes were left (those are
     // copied).
     uint32_t Read(uint32_t aLength, unsigned char* apOut);
-    // All cPayloadSize bytes; apOut must have the room.
+    // The payload view's bytes that lie inside of the buffer, at most cPayloadSize; apOut must have the room. Always 1.
     uint32_t ReadPayload(unsigned char* apOut) const;
     void Rewind();  // both positions to the first byte; cSize stays
 
@@ -49,6 +51,9 @@ public:
     uint32_t GetSize() const { return cSize; }
     void SetSize(uint32_t aSize) { cSize = aSize; }
     uint32_t GetError();  // clears it
+
+    // cSize is anybody's to set; the bytes that are really there.
+    uint32_t ValidBytes() const { return cSize < cCapacity ? cSize : cCapacity; }
 
     unsigned char* cData;     // null without a buffer
     const char* cProtocol;    // "T", "AF", "PF", or null
@@ -63,8 +68,6 @@ public:
     bool cOwner;  // the packet has a buffer of its own
 
 protected:
-    // cSize is anybody's to set; the bytes that are really there.
-    uint32_t ValidBytes() const { return cSize < cCapacity ? cSize : cCapacity; }
     // How far apPlace lies behind cData; cCapacity for a place outside of the buffer.
     uint32_t OffsetOf(const unsigned char* apPlace) const;
     // Lays the payload view aOffset behind cData, at the end of a buffer that is shorter.

@@ -34,7 +34,7 @@ private:
 PacketFifo::PacketFifo(uint32_t aCapacity) : cCapacity(aCapacity) {
     const uint32_t lNumber = sFifoCount++;
     char lName[16] = "PFI0";
-    lName[3] = static_cast<char>(lName[3] + lNumber);
+    lName[3] = static_cast<char>('0' + static_cast<int>(lNumber));
     ciSemaphore = std::make_unique<rtemsSemaphore>(lName, 0, 0, 0, 0, 0, 0, 0);
     CHECK_INVARIANT_AS(ciSemaphore != nullptr, "ciSemaphore!=0");
     CHECK_INVARIANT(ciSemaphore->successful());

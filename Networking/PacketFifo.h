@@ -13,16 +13,17 @@ constexpr uint32_t FIFO_NO_WAIT = 0xFFFFFFFF;  // in fact a wait without limit, 
 // run on different threads.  Whoever is suspended or ended in here holds nothing that the other side waits for.
 class PacketFifo {
 public:
-    explicit PacketFifo(uint32_t aCapacity);  // 0: no limit
+    // 0: no limit but that of the counting semaphore: packets beyond the 1000th are not counted.
+    explicit PacketFifo(uint32_t aCapacity);
     PacketFifo(const PacketFifo&) = delete;
     PacketFifo& operator=(const PacketFifo&) = delete;
 
     // Queues a copy of the bytes and of both protocol names; 0 with nothing queued when the fifo is full.
     uint32_t Put(const Packet* apPacket);
 
-    // Waits at most aTimeOut milliseconds (0 and FIFO_NO_WAIT: without limit) for a packet.  1 with the oldest one in
-    // *appOut, which the caller owns now: deleting it frees its names too.  Null there after a fault of the semaphore.
-    // 2 on time-out, with a line on the console.
+    // Waits at most aTimeOut milliseconds (0 and FIFO_NO_WAIT: without limit; up to 4,294,967) for a packet.  1 with
+    // the oldest one in *appOut, which the caller owns now: deleting it frees its names too.  Null there after a fault
+    // of the semaphore. 2 on time-out, with a line on the console.
     uint32_t Get(Packet** appOut, uint32_t aTimeOut);
 
     uint32_t GetCount();

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "Networking/NamedPacket.h"
-#include "Networking/StatusCodes.h"
 
 namespace {
 

@@ -6,8 +6,9 @@
 
 #include "Networking/Packet.h"
 
-// A fixed number of packet copies in the order of a 16-bit circular sequence number (half range 32768) and, within one
-// number, of an index.  Of two entries with equal keys the newer comes out first.  One thread.
+// A fixed number of packet copies in the order of a sequence number and, within one number, of an index.  A new number
+// goes before a larger one that is at most 32767 larger, so before the wrap of a 16-bit number 65535 stays before 0. Of
+// two entries with equal keys the newer comes out first.  One thread.
 class PacketQueue {
 public:
     explicit PacketQueue(uint32_t aCapacity);

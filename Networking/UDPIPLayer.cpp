@@ -23,10 +23,10 @@ bool IsMulticast(uint32_t aAddress) {
 
 }  // namespace
 
-UDPIPLayer::UDPIPLayer() : cpcReceivePacket(UDP_MAX_PACKET_SIZE) {
+UDPIPLayer::UDPIPLayer() : cpcReceivePacket(std::make_unique<Packet>(UDP_MAX_PACKET_SIZE)) {
     ciMaxPacketSize = UDP_MAX_PACKET_SIZE;
     ciState = CLOSED;
-    cpcReceivePacket.cProtocol = ciReceivedTag;
+    cpcReceivePacket->cProtocol = ciReceivedTag;
 }
 
 uint32_t UDPIPLayer::OpenSocket(uint32_t aDirection, uint32_t aPort, const char* apAddress, uint32_t aLocalInterface) {
@@ -107,7 +107,7 @@ uint32_t UDPIPLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTag
         return Fail(UDP_RECEIVE_FAILED);
     }
     size_t lSize = 0;
-    switch (ciSocket.Receive(cpcReceivePacket.cData, cpcReceivePacket.cCapacity, &lSize)) {
+    switch (ciSocket.Receive(cpcReceivePacket->cData, cpcReceivePacket->cCapacity, &lSize)) {
         case platform::UdpSocket::ReceiveResult::DATAGRAM:
             break;
         case platform::UdpSocket::ReceiveResult::TIMED_OUT:
@@ -119,15 +119,15 @@ uint32_t UDPIPLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTag
                 platform::Sleep(RETRY_DELAY);
             return Fail(UDP_RECEIVE_FAILED);
     }
-    ciReceivedTag[0] = lSize >= 2 ? static_cast<char>(cpcReceivePacket.cData[0]) : '\0';
-    ciReceivedTag[1] = lSize >= 2 ? static_cast<char>(cpcReceivePacket.cData[1]) : '\0';
+    ciReceivedTag[0] = lSize >= 2 ? static_cast<char>(cpcReceivePacket->cData[0]) : '\0';
+    ciReceivedTag[1] = lSize >= 2 ? static_cast<char>(cpcReceivePacket->cData[1]) : '\0';
     if (!IsThisTagRegistered(ciReceivedTag)) {
         platform::Print("not registered\n");
         return 2;
     }
     ciBytesReceived += static_cast<uint32_t>(lSize);
-    cpcReceivePacket.SetSize(static_cast<uint32_t>(lSize));
-    apOut->Share(&cpcReceivePacket);
+    cpcReceivePacket->SetSize(static_cast<uint32_t>(lSize));
+    apOut->Share(cpcReceivePacket.get());
     return 1;
 }
 

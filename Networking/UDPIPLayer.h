@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "Networking/Layer.h"
 #include "platform/Socket.h"
@@ -43,7 +44,7 @@ public:
     // most, with the NUL).  0, or -1 when there is none.
     int32_t GetInterfaceAddress(uint32_t aIndex, char* apOut);
 
-    Packet cpcReceivePacket;
+    std::unique_ptr<Packet> cpcReceivePacket;
     char ciReceivedTag[3] = "";
     uint32_t ciBytesReceived = 0;
     uint32_t ciBytesSent = 0;

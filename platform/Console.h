@@ -8,6 +8,10 @@
 // alone.  Otherwise the bytes of the pipe or file are the keys.
 namespace platform {
 
+// Puts the null device in the place of standard handles that the process was started without.  To be called before
+// anything else is opened: it would get their numbers, and the console's text with them.
+void SecureStandardHandles();
+
 // Formats and writes to standard output.  When it returns every character has been handed to the operating system;
 // one call's text is never mixed with another's.  Failures are ignored, a reader that went away included.  Any thread.
 [[gnu::format(printf, 1, 2)]] void Print(const char* aFormat, ...);

@@ -11,8 +11,8 @@ namespace platform {
 // One section of an INI file, read whole at construction, by the rules of Windows' private profiles: section and key
 // names match without regard to case; blanks around names and values are dropped, and after that one pair of quotes
 // (" or ') around a value; lines that begin with ";" are comments; lines end in LF or CR LF; a byte-order mark at the
-// start of the file is skipped.  The first section of the name counts, and in it the first line of each key.  A file
-// that cannot be read is an empty section.
+// start of the file is skipped (that of UTF-16 tells how to read it).  The first section of the name counts, and in it
+// the first line of each key.  A file that cannot be read is an empty section.
 class IniSection {
 public:
     IniSection(const std::string& aPath, const char* aSection);

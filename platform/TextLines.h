@@ -28,7 +28,7 @@ struct TextLine {
     std::string mValue;  // trimmed; unchanged for a section
 };
 
-// The section and value lines of a file; all others are skipped, as are comments (";") and a UTF-8 byte-order mark.  A
+// The section and value lines of a file; all others are skipped, as are comments (";") and a byte-order mark.  A
 // file that cannot be read has no lines.
 class TextLines {
 public:
@@ -38,9 +38,11 @@ public:
     bool Next(TextLine* aLine) {
         std::string lText;
         while (std::getline(cFile, lText)) {
-            if (cAtStart && lText.starts_with("\xEF\xBB\xBF"))
-                lText.erase(0, 3);
+            if (cAtStart)
+                SkipByteOrderMark(lText);
             cAtStart = false;
+            if (cIsUTF16)
+                std::erase(lText, '\0');
             if (Split(Trimmed(lText), aLine))
                 return true;
         }
@@ -48,6 +50,11 @@ public:
     }
 
 private:
+    void SkipByteOrderMark(std::string& aText) {
+        cIsUTF16 = aText.starts_with("\xFF\xFE");
+        aText.erase(0, cIsUTF16 ? 2 : aText.starts_with("\xEF\xBB\xBF") ? 3 : 0);
+    }
+
     static bool Split(const std::string& aText, TextLine* aLine) {
         const bool lBracket = aText.starts_with('[');
         const size_t lEnd = aText.find(lBracket ? ']' : '=');
@@ -62,6 +69,7 @@ private:
 
     std::ifstream cFile;
     bool cAtStart = true;
+    bool cIsUTF16 = false;  // little endian, as Windows' tools write it; its ASCII characters are read
 };
 
 }  // namespace platform

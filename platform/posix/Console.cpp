@@ -1,5 +1,6 @@
 #include "platform/Console.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
 #include <termios.h>
@@ -69,8 +70,10 @@ bool sSwitched = false;  // the terminal is as we made it
 bool sGuarded = false;   // the ways out are guarded
 bool sLeaving = false;   // the process exits: the terminal is left alone from now on
 
+// Job control binds only a process's controlling terminal; any other may be used at any time.
 bool InForeground() {
-    return tcgetpgrp(STDIN_FILENO) == getpgrp();
+    const pid_t lGroup = tcgetpgrp(STDIN_FILENO);
+    return lGroup == getpgrp() || (lGroup == -1 && errno == ENOTTY);
 }
 
 // Under TerminalLock; async-signal-safe.
@@ -168,6 +171,14 @@ void LookAhead(int aMilliseconds) {
 }
 
 }  // namespace
+
+void SecureStandardHandles() {
+    int lHandle = 0;
+    while (lHandle >= 0 && lHandle <= STDERR_FILENO)
+        lHandle = open("/dev/null", O_RDWR);
+    if (lHandle > STDERR_FILENO)
+        close(lHandle);
+}
 
 void Print(const char* aFormat, ...) {
     char lBuffer[512];

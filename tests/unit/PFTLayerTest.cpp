@@ -87,7 +87,7 @@ TEST_F(PFTLayerTest, PutsFragmentsTogether) {
         {"1.2/3 T 65535.0/1 0.0/2 0.1/2 1.0/1", "AF65535.0; AF0.0;0.1; AF1.0; "},  // before the first: skipped
         {"0.0/4 0.2/4 0.3/4 0.1/4", "AF0.0;0.1;0.2;0.3; "},
         {"5.0/2 6.0/2 6.1/2 5.1/2", "AF5.0;5.1; AF6.0;6.1; "},
-        {"65535.0/2 0.0/2 65535.1/2 0.1/2", "AF65535.0;65535.1; AF0.0;0.1; "},
+        {"65535.0/3 0.0/3 65535.2/3 65535.1/3 0.1/3 0.2/3", "AF65535.0;65535.1;65535.2; AF0.0;0.1;0.2; "},
         {"5.0/2 5.0/2 5.1/2 6.0/1", "- AF6.0; "},                          // a repeated fragment is far behind
         {"5.0/1 200.0/1 201.0/1", "AF5.0; - AF201.0; "},                   // a jump
         {"5.0/2 T 5.1/2 6.0/1", "2 AF6.0; "},                              // silence in mid-packet
@@ -103,7 +103,7 @@ TEST_F(PFTLayerTest, PutsFragmentsTogether) {
     for (const auto& lCase : CASES) {
         SCOPED_TRACE(lCase.mScript);
         WillReceive(lCase.mScript);
-        cLayer.ciRxState = PFTLayer::RX_RESET;
+        cLayer.ciRxState = RX_RESET;
         EXPECT_EQ(lCase.mExpected, ReceiveAll());
     }
     EXPECT_EQ(4u, TraceLines().size());  // the last case's
