@@ -6,11 +6,11 @@
 // Threads that others can suspend, resume and end, as Windows has them.
 //
 // Where a thread stops.  A thread that is inside a blocking platform call (Sleep, Semaphore::Wait, UdpSocket::Receive,
-// Thread::Suspend) counts as stopped at once: it does not come out of the call, and takes nothing from it, before it is
-// resumed.  A computing thread stops at its next blocking platform call; one that reaches none within a short grace
-// (GRACE_MILLISECONDS) is stopped by a signal, wherever it is, but never while it holds a StopGuard or Lock.  Such a
-// thread may hold a lock of the C library, the allocator's for example: code that is to be suspended at any moment
-// should pass a platform call now and then.
+// Print, Thread::Suspend) counts as stopped at once: it does not come out of the call before it is resumed.  A
+// computing thread stops at its next blocking platform call; one that reaches none within a short grace
+// (GRACE_MILLISECONDS of its processor time) is stopped by a signal, wherever it is, but never while it holds a
+// StopGuard or Lock.  Such a thread may hold a lock of the C library, the allocator's for example: code that is to be
+// suspended at any moment should pass a platform call now and then.
 //
 // Ending.  A thread that is ended at a platform call unwinds its stack (destructors run); one that had to be stopped
 // by the signal is cut off without.  Neither returns to its caller's code.  No destructor on the stack of a thread that
@@ -44,7 +44,7 @@ public:
 
     // Adds one to the suspend count; the thread runs only while it is 0.  When Suspend returns the thread does no
     // further work until it is resumed; a thread that suspends itself returns after that.  The count as it was goes
-    // to *aOldCount.  False, with the count unchanged, when the thread has ended or cannot be stopped.
+    // to *aOldCount.  False, with the count unchanged, when the thread has ended or stays under a guard for seconds.
     bool Suspend(uint32_t* aOldCount);
 
     // Takes one from the suspend count, if it is not 0.  The count as it was goes to *aOldCount.

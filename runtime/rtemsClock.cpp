@@ -18,10 +18,11 @@ rtems_status_code rtems_task_wake_after(rtems_interval aTicks) {
 
 rtems_status_code rtems_task_wake_when(const rtems_time_of_day* apTimeOfDay) {
     const platform::CalendarTime lNow = platform::CalendarNow();
-    const int64_t lTarget =
-        platform::ToCalendarSeconds({static_cast<int>(apTimeOfDay->year), static_cast<int>(apTimeOfDay->month),
-                                     static_cast<int>(apTimeOfDay->day), static_cast<int>(apTimeOfDay->hour),
-                                     static_cast<int>(apTimeOfDay->minute), static_cast<int>(apTimeOfDay->second)});
+    // Held far from overflow; such dates mean nothing anyway.
+    const auto lField = [](uint32_t aValue) { return static_cast<int>(std::min<uint32_t>(aValue, 1000000)); };
+    const int64_t lTarget = platform::ToCalendarSeconds({lField(apTimeOfDay->year), lField(apTimeOfDay->month),
+                                                         lField(apTimeOfDay->day), lField(apTimeOfDay->hour),
+                                                         lField(apTimeOfDay->minute), lField(apTimeOfDay->second)});
     const int64_t lDelay = (lTarget - lNow.mSeconds) * 1000 + apTimeOfDay->ticks / 1000 - lNow.mMilliseconds;
     if (lDelay >= 0)
         platform::Sleep(static_cast<uint32_t>(std::min<int64_t>(lDelay, std::numeric_limits<uint32_t>::max())));

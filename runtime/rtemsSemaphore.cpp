@@ -49,7 +49,8 @@ rtems_status_code rtems_semaphore_create(rtems_name aName, uint32_t aInitialCoun
     if (lBinary && aInitialCount > 1)
         return RTEMS_INVALID_NUMBER;
 
-    auto lSemaphore = std::make_shared<platform::Semaphore>(lBinary ? 1 : aInitialCount, SEMAPHORE_MAX_COUNT);
+    auto lSemaphore = std::make_shared<platform::Semaphore>(lBinary ? 1 : std::min(aInitialCount, SEMAPHORE_MAX_COUNT),
+                                                            SEMAPHORE_MAX_COUNT);
     const platform::Lock lLock(Table().mLock);
     auto& lRecords = Table().mRecords;
     const auto lFree = std::find_if(lRecords.begin(), lRecords.end(),

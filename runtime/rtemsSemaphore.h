@@ -5,7 +5,6 @@
 // Counting semaphores after the RTEMS Classic API.  Every directive and operation may be called from any thread.
 
 enum : rtems_attribute {
-    RTEMS_GLOBAL = 0x02,                   // recorded, not used
     RTEMS_PRIORITY = 0x04,                 // checked for consistency; waiters wake in the platform's order
     RTEMS_BINARY_SEMAPHORE = 0x10,         // starts with 1; otherwise it counts like any other
     RTEMS_SIMPLE_BINARY_SEMAPHORE = 0x20,  // the same
@@ -21,7 +20,7 @@ constexpr uint32_t MAX_SEMAPHORES = 50;  // ids are 0 to 49
 constexpr uint32_t SEMAPHORE_MAX_COUNT = 1000;
 
 // 0; 3 for name 0; 11 for inheritance or ceiling without binary and priority; 10 for a binary one with a count above 1;
-// 5 when the table is full.  The lowest free id goes to *apId.
+// 5 when the table is full.  A count above SEMAPHORE_MAX_COUNT starts there.  The lowest free id goes to *apId.
 rtems_status_code rtems_semaphore_create(rtems_name aName, uint32_t aInitialCount, rtems_attribute aAttributes,
                                          uint32_t aCeilingPriority, rtems_id* apId);
 

@@ -10,6 +10,8 @@ using rtems_attribute = uint32_t;
 using rtems_option = uint32_t;
 using rtems_interval = uint32_t;  // ticks, which are milliseconds
 
+constexpr rtems_attribute RTEMS_GLOBAL = 0x02;  // the scope of tasks and semaphores: recorded, not used
+
 // The codes of RTEMS that this runtime uses, and what they mean here.
 enum : rtems_status_code {
     RTEMS_SUCCESSFUL = 0,

@@ -31,6 +31,7 @@ rtemsTask& rtemsTask::operator=(const rtemsTask& aOther) {
 }
 
 rtemsTask::~rtemsTask() {
+    const platform::StopGuard lGuard;  // the waiting inside must not unwind a destructor
     if (owner)
         DeleteTask(id, false);
 }
@@ -55,7 +56,7 @@ rtems_status_code rtemsTask::create(const char* apName, rtems_task_priority aIni
 rtems_status_code rtemsTask::destroy() {
     if (!owner)
         return Record(RTEMS_NOT_OWNER_OF_RESOURCE);
-    const rtems_status_code lStatus = rtems_task_delete(id);
+    const rtems_status_code lStatus = DeleteTask(id, false);
     Reset();
     return Record(lStatus);
 }

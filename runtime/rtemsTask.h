@@ -74,15 +74,16 @@ public:
     rtemsTask(const char* apName, uint32_t aNode);
     rtemsTask(const rtemsTask& aOther);
     rtemsTask& operator=(const rtemsTask& aOther);
-    // On the task's own thread it does not return and, being a destructor, cannot unwind: the thread is cut off.
-    virtual ~rtemsTask();
+    virtual ~rtemsTask();  // destroy
 
     // Codes of rtems_task_create, or 16 when the object names a task already.
     virtual rtems_status_code create(const char* apName, rtems_task_priority aInitialPriority, uint32_t aStackSize,
                                      rtems_mode aPreemptionMode, rtems_mode aTimeSlicingMode, rtems_mode aASRMode,
                                      rtems_mode aInterruptLevel, rtems_attribute aFloatingPoint,
                                      rtems_attribute aScope);
-    virtual rtems_status_code destroy();  // of rtems_task_delete, or 23 when the object is no owner
+    // Codes of rtems_task_delete, or 23 when the object is no owner.  On the task's own thread it does not return:
+    // since it may run inside a destructor, which cannot be left by unwinding, the thread is cut off.
+    virtual rtems_status_code destroy();
     virtual rtems_status_code ident(const char* apName, uint32_t aNode);  // 0, 3, or 13 for an owner
     virtual rtems_status_code start(uint32_t aArgument);                  // of rtems_task_start, or 23
     virtual rtems_status_code restart(uint32_t aArgument);                // 0 or 23
@@ -104,7 +105,9 @@ public:
     rtems_id id = TASK_ID_SELF;
     std::atomic<uint32_t> argument = 0;
 
-private:
+    // The entry routine of a started task; the argument is the object.
     static void TaskEntry(rtems_task_argument aTask);
+
+private:
     void Reset();
 };

@@ -16,6 +16,7 @@
 #include <utility>
 
 #include "platform/Lock.h"
+#include "platform/posix/StoppableWait.h"
 
 namespace platform {
 
@@ -23,6 +24,8 @@ namespace {
 
 void WriteOut(const char* aText, size_t aSize) {
     static std::mutex& sMutex = *new std::mutex;  // never destroyed: tasks print while the process exits
+    // A reader that stalls must not make a task unstoppable, so the waiting is done before the lock.
+    posix::WaitWritable(STDOUT_FILENO, posix::NO_WAIT_LIMIT);
     const Lock lLock(sMutex);
     // A reader that went away shall show as an error of write, not end the process.
     [[maybe_unused]] static const auto sFormerAction = signal(SIGPIPE, SIG_IGN);
@@ -126,10 +129,13 @@ void GuardWaysOut() {
 // Whether standard input may be read: not from a terminal in whose background the process runs.  Any other terminal is
 // made to give single keys; again after each stop, since the shell may have changed it meanwhile.
 bool PrepareInput() {
+    static const bool sIsTerminal = isatty(STDIN_FILENO) != 0;
+    if (!sIsTerminal)
+        return true;
     const TerminalLock lLock;
     termios lState;
     if (tcgetattr(STDIN_FILENO, &lState) != 0)
-        return true;  // no terminal, or one that hung up: the read will tell
+        return true;  // it hung up: the read will tell
     if (sLeaving || !InForeground())
         return false;
     if ((lState.c_lflag & (ICANON | ECHO)) == 0)

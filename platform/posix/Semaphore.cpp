@@ -39,7 +39,13 @@ Semaphore::WaitResult Semaphore::Wait(uint32_t aMilliseconds) {
             }
         }
     }
-    lCall.Leave();
+    try {
+        lCall.Leave();
+    } catch (const ThreadEnd&) {
+        if (lResult == WaitResult::TAKEN)
+            Release();  // nobody is left to give it back
+        throw;
+    }
     return lResult;
 }
 

@@ -17,20 +17,18 @@ int MillisecondsUntil(Clock::time_point aDeadline) {
     return lLeft.count() > 0 ? static_cast<int>(lLeft.count()) : 0;
 }
 
-}  // namespace
-
-bool WaitReadable(int aHandle, int aMilliseconds) {
+bool WaitFor(short aEvent, int aHandle, int aMilliseconds) {
     const auto lDeadline = Clock::now() + std::chrono::milliseconds(aMilliseconds);
     StoppableCall lCall(nullptr, nullptr);
-    pollfd lHandles[2] = {{aHandle, POLLIN, 0}, {-1, POLLIN, 0}};
+    pollfd lHandles[2] = {{aHandle, aEvent, 0}, {-1, POLLIN, 0}};
     if (lCall.GetState() != nullptr)
         lHandles[1].fd = lCall.GetState()->GetWakeHandle();
-    bool lReadable = false;
-    for (int lLeft = aMilliseconds; !lReadable && !lCall.IsEnding();) {
+    bool lReady = false;
+    for (int lLeft = aMilliseconds; !lReady && !lCall.IsEnding();) {
         const int lCount = poll(lHandles, 2, lLeft);
         if (lCount > 0 && lHandles[1].revents != 0)
             lCall.GetState()->ClearWake();
-        lReadable = lCount > 0 && lHandles[0].revents != 0;
+        lReady = lCount > 0 && lHandles[0].revents != 0;
         if (aMilliseconds == NO_WAIT_LIMIT)
             continue;
         lLeft = MillisecondsUntil(lDeadline);
@@ -38,7 +36,17 @@ bool WaitReadable(int aHandle, int aMilliseconds) {
             break;
     }
     lCall.Leave();
-    return lReadable;
+    return lReady;
+}
+
+}  // namespace
+
+bool WaitReadable(int aHandle, int aMilliseconds) {
+    return WaitFor(POLLIN, aHandle, aMilliseconds);
+}
+
+bool WaitWritable(int aHandle, int aMilliseconds) {
+    return WaitFor(POLLOUT, aHandle, aMilliseconds);
 }
 
 }  // namespace platform::posix

@@ -5,8 +5,10 @@
 #include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
+#include <time.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 
@@ -15,15 +17,18 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds SIGNAL_PERIOD(1);    // between two stop signals to a thread that is busy under a guard
-constexpr milliseconds STOP_LIMIT(2000);    // then it is taken as not stoppable
+constexpr milliseconds GRACE_CHECK(2);     // between two looks at the grace
+constexpr milliseconds GRACE_LIMIT(1000);  // for a thread that gets no processor
+constexpr milliseconds SIGNAL_PERIOD(1);   // between two stop signals to a thread that is busy under a guard
+constexpr milliseconds STOP_LIMIT(2000);   // then it is taken as not stoppable
+constexpr int END_ATTEMPTS = 5;
 constexpr milliseconds FINISH_LIMIT(1000);  // for a thread that is ended to unwind
 
 int StopSignal() {
     return SIGRTMIN;
 }
 
-// Linux keeps a nice value for each thread.
+// Linux keeps a nice value for each thread; the levels count from the process's own.
 int NiceOfPriority(ThreadPriority aPriority) {
     switch (aPriority) {
         case PRIORITY_IDLE:
@@ -42,6 +47,27 @@ int NiceOfPriority(ThreadPriority aPriority) {
             return -20;
     }
     return 0;
+}
+
+bool SetNice(uint32_t aThreadId, ThreadPriority aPriority) {
+    const int lOfProcess = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
+    return setpriority(PRIO_PROCESS, aThreadId, std::clamp(lOfProcess + NiceOfPriority(aPriority), -20, 19)) == 0;
+}
+
+// A creator may have the signal blocked, and threads inherit that.
+void UnblockStopSignal() {
+    sigset_t lSignals;
+    sigemptyset(&lSignals);
+    sigaddset(&lSignals, StopSignal());
+    pthread_sigmask(SIG_UNBLOCK, &lSignals, nullptr);
+}
+
+std::chrono::nanoseconds ProcessorTime(pthread_t aThread) {
+    clockid_t lClock;
+    timespec lTime{};
+    if (pthread_getcpuclockid(aThread, &lClock) == 0)
+        clock_gettime(lClock, &lTime);
+    return std::chrono::seconds(lTime.tv_sec) + std::chrono::nanoseconds(lTime.tv_nsec);
 }
 
 }  // namespace
@@ -92,13 +118,14 @@ void* ThreadState::Run(void* aState) {
     const std::unique_ptr<std::shared_ptr<ThreadState>> lShare(static_cast<std::shared_ptr<ThreadState>*>(aState));
     ThreadState* const lpState = lShare->get();
     sCurrent = lpState;
+    UnblockStopSignal();
+    SetNice(static_cast<uint32_t>(syscall(SYS_gettid)), PRIORITY_NORMAL);  // not that of the thread that started it
     {
         const std::lock_guard lLock(lpState->cMutex);
         lpState->cId = static_cast<uint32_t>(syscall(SYS_gettid));
         lpState->cChanged.notify_all();
     }
     lpState->RunEntry();
-    lpState->RaiseGuard();
     {
         const std::lock_guard lLock(lpState->cMutex);
         lpState->cStage = FINISHED;
@@ -108,15 +135,17 @@ void* ThreadState::Run(void* aState) {
     return nullptr;
 }
 
-// Apart from Run, so that no local of Run lives across the jump.
+// Apart from Run, so that no local of Run lives across the jump.  Guarded at both ends: outside of it there is no place
+// to jump to.
 void ThreadState::RunEntry() {
-    if (sigsetjmp(cBase, 1) != 0)
-        return;
-    try {
-        LowerGuard();
-        cEntry(cArgument);
-    } catch (const ThreadEnd&) {
+    if (sigsetjmp(cBase, 1) == 0) {
+        try {
+            LowerGuard();
+            cEntry(cArgument);
+        } catch (const ThreadEnd&) {
+        }
     }
+    RaiseGuard();
 }
 
 void ThreadState::RaiseGuard() {
@@ -126,17 +155,23 @@ void ThreadState::RaiseGuard() {
 
 void ThreadState::LowerGuard() {
     std::atomic_signal_fence(std::memory_order_seq_cst);
-    cGuardDepth.fetch_sub(1, std::memory_order_relaxed);
+    if (cGuardDepth.fetch_sub(1, std::memory_order_relaxed) == 1 && cStopMissed) {
+        cStopMissed = false;
+        StopHere();
+    }
 }
 
 void ThreadState::OnStopSignal(int) {
     const int lErrno = errno;
-    if (sCurrent != nullptr)
-        sCurrent->StopInHandler();
+    if (sCurrent != nullptr && sCurrent->IsGuarded())
+        sCurrent->cStopMissed = true;  // the guard's end makes good for it
+    else if (sCurrent != nullptr)
+        sCurrent->StopHere();
     errno = lErrno;
 }
 
-void ThreadState::StopInHandler() {
+// In the signal's handler or at the end of a guard.
+void ThreadState::StopHere() {
     while (cStopWanted && cStage == RUNNING && !IsGuarded()) {
         cStage = STOPPED;
         while (cStopWanted && !cEnding)
@@ -163,6 +198,7 @@ void ThreadState::Park(std::unique_lock<std::mutex>& aLock) {
         cWaitMutex = nullptr;
         cWaitCondition = nullptr;
         cUnwinding = true;
+        aLock.unlock();  // throwing allocates
         throw ThreadEnd();
     }
 }
@@ -200,7 +236,12 @@ bool ThreadState::WaitUntilStopped() {
         StopGuard lGuard;
         std::unique_lock lLock(cMutex);
         const auto lIsStopped = [this] { return cStage != RUNNING || !cStopWanted; };
-        lStopped = cChanged.wait_for(lLock, milliseconds(GRACE_MILLISECONDS), lIsStopped);
+        const auto lStart = std::chrono::steady_clock::now();
+        const auto lProcessorStart = cStage != FINISHED ? ProcessorTime(cHandle) : std::chrono::nanoseconds(0);
+        do {
+            lStopped = cChanged.wait_for(lLock, GRACE_CHECK, lIsStopped);
+        } while (!lStopped && ProcessorTime(cHandle) - lProcessorStart < milliseconds(GRACE_MILLISECONDS) &&
+                 std::chrono::steady_clock::now() - lStart < GRACE_LIMIT);
         const auto lLimit = std::chrono::steady_clock::now() + STOP_LIMIT;
         while (!lStopped && std::chrono::steady_clock::now() < lLimit) {
             pthread_kill(cHandle, StopSignal());
@@ -226,7 +267,7 @@ bool ThreadState::Suspend(uint32_t* aOldCount) {
         return true;
     }
     if (WaitUntilStopped())
-        return true;
+        return cStage != FINISHED;
     uint32_t lOldCount = 0;
     Resume(&lOldCount);
     return false;
@@ -264,7 +305,8 @@ void ThreadState::End() {
             cWaitCondition->notify_all();
         }
     }
-    WaitUntilStopped();
+    for (int lAttempt = 0; lAttempt < END_ATTEMPTS && !WaitUntilStopped(); ++lAttempt) {
+    }
     // Bounded: its destructors may wait for a lock of the caller.
     StopGuard lGuard;
     std::unique_lock lLock(cMutex);
@@ -282,7 +324,9 @@ void ThreadState::CutOff() {
 }
 
 bool ThreadState::SetPriority(ThreadPriority aPriority) {
-    if (setpriority(PRIO_PROCESS, cId, NiceOfPriority(aPriority)) != 0)
+    StopGuard lGuard;
+    const std::lock_guard lLock(cMutex);
+    if (cStage == FINISHED || !SetNice(cId, aPriority))  // the number of a finished thread may be another's
         return false;
     cPriority = aPriority;
     return true;

@@ -15,8 +15,8 @@
 //
 // A thread is in one of four stages.  RUNNING: computing.  AT_CALL: inside a StoppableCall, the bracket around every
 // blocking platform call, which it does not leave while a stop is wanted; so it counts as stopped.  STOPPED: waiting in
-// the handler of the stop signal.  FINISHED.  Whoever wants a stop raises the suspend count (or sets cEnding) and waits
-// for the stage to leave RUNNING, first without and then with the signal.
+// the handler of the stop signal, or at the end of a guard that the signal met.  FINISHED.  Whoever wants a stop raises
+// the suspend count (or sets cEnding) and waits for the stage to leave RUNNING, first without and then with the signal.
 //
 // AT_CALL and RUNNING change under cMutex, which both sides hold to compare them with the wish.  The handler may take
 // no lock: there both sides first write their own word and then read the other's (sequentially consistent), so that at
@@ -67,7 +67,7 @@ private:
     static bool InstallStopSignal();
 
     void RunEntry();
-    void StopInHandler();
+    void StopHere();
     void Park(std::unique_lock<std::mutex>& aLock);
     bool WaitUntilStopped();
     void Wake();
@@ -90,7 +90,8 @@ private:
     std::atomic<int> cStage = RUNNING;
     std::atomic<bool> cStopWanted = false;  // suspended or ending
     std::atomic<bool> cEnding = false;
-    std::atomic<int> cGuardDepth = 1;  // of its own thread only; 1 until the thread can be cut off
+    std::atomic<int> cGuardDepth = 1;       // of its own thread only; 1 while the thread cannot be cut off
+    std::atomic<bool> cStopMissed = false;  // of its own thread only: the stop signal came under a guard
     std::atomic<int> cPriority = PRIORITY_NORMAL;
     bool cUnwinding = false;  // of its own thread only
 };
