@@ -32,20 +32,7 @@ protected:
         cLayer.RegisterTag("T", nullptr);
     }
 
-    // What Receive gives until the transport has nothing more: payloads, "-" for a failure, "2" for nothing.
-    std::string ReceiveAll() {
-        std::string lAll;
-        Packet lOut(0);
-        uint32_t lTimeOut = 0;
-        try {
-            for (;;) {
-                const uint32_t lResult = cLayer.Receive(&lOut, &lTimeOut, 0);
-                lAll += (lResult == 1 ? BytesOf(lOut) : lResult == 0 ? "-" : "2") + std::string(" ");
-            }
-        } catch (const Exhausted&) {
-        }
-        return lAll;
-    }
+    std::string ReceiveAll() { return ::ReceiveAll(cLayer, "T"); }
 
     FakeTransport cTransport;
     AFLayer cLayer;

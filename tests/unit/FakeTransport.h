@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <deque>
 #include <string>
 #include <utility>
@@ -60,4 +62,21 @@ public:
 
 inline std::string BytesOf(const Packet& aPacket) {
     return {reinterpret_cast<const char*>(aPacket.cData), aPacket.GetSize()};
+}
+
+// What the layer's Receive gives until its transport is exhausted: packets, of the protocol, "-" for a failure or loss,
+// "2" for nothing.
+inline std::string ReceiveAll(Layer& aLayer, const std::string& aProtocol) {
+    std::string lAll;
+    Packet lOut(0);
+    uint32_t lTimeOut = 0;
+    try {
+        for (;;) {
+            const uint32_t lResult = aLayer.Receive(&lOut, &lTimeOut, 0);
+            EXPECT_TRUE(lResult != 1 || aProtocol == lOut.cProtocol);
+            lAll += (lResult == 1 ? BytesOf(lOut) : lResult == 0 ? "-" : "2") + std::string(" ");
+        }
+    } catch (const Exhausted&) {
+    }
+    return lAll;
 }

@@ -57,21 +57,7 @@ protected:
         }
     }
 
-    // What Receive gives until the script ends: packets, "-" for a loss, "2" for a time-out.
-    std::string ReceiveAll() {
-        std::string lAll;
-        Packet lOut(0);
-        uint32_t lTimeOut = 0;
-        try {
-            for (;;) {
-                const uint32_t lResult = cLayer.Receive(&lOut, &lTimeOut, 0);
-                EXPECT_TRUE(lResult != 1 || std::string("AF") == lOut.cProtocol);
-                lAll += (lResult == 1 ? BytesOf(lOut) : lResult == 0 ? "-" : "2") + std::string(" ");
-            }
-        } catch (const Exhausted&) {
-        }
-        return lAll;
-    }
+    std::string ReceiveAll() { return ::ReceiveAll(cLayer, "AF"); }
 
     const TestDirectory cDirectory;  // for the trace file
     FakeTransport cTransport;
