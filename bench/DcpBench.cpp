@@ -2,10 +2,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <deque>
 #include <memory>
+#include <numeric>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,6 +21,7 @@
 #include "Networking/PacketFifo.h"
 #include "Networking/PacketQueue.h"
 #include "Networking/UDPIPLayer.h"
+#include "bench/PlainReedSolomon.h"
 #include "tools/MdiFrames.h"
 
 namespace {
@@ -161,6 +164,98 @@ void PFTParse(State& aState) {
     Report(aState, lReceived.GetSize(), lGood);
 }
 BENCHMARK(PFTParse);
+
+// Reed-Solomon
+
+std::unique_ptr<const RSCodec> MakeCodec() {
+    return CreateRSCodec(8, 0x11D, 1, 1, RS_PARITY_SIZE, 0);
+}
+
+void RSEncode(State& aState) {
+    const auto lCodec = MakeCodec();
+    auto lCodeword = TestPattern(0, 0, RS_CODEWORD_SIZE);
+    for (auto _ : aState) {
+        EncodeRS(lCodec.get(), lCodeword.data(), lCodeword.data() + RS_DATA_SIZE);
+        benchmark::ClobberMemory();
+    }
+    Report(aState, RS_DATA_SIZE, PlainReedSolomon().IsCodeword(lCodeword.data()));
+}
+BENCHMARK(RSEncode);
+
+void RSEncodePlain(State& aState) {
+    const PlainReedSolomon lPlain;
+    auto lCodeword = TestPattern(0, 0, RS_CODEWORD_SIZE);
+    for (auto _ : aState) {
+        lPlain.Encode(lCodeword.data(), lCodeword.data() + RS_DATA_SIZE);
+        benchmark::ClobberMemory();
+    }
+    Report(aState, RS_DATA_SIZE, lPlain.IsCodeword(lCodeword.data()));
+}
+BENCHMARK(RSEncodePlain);
+
+// A codeword with every tenth byte erased, up to a count, and damaged at some other places.
+template <typename Decoder>
+void Decode(State& aState, Decoder aDecode) {
+    const PlainReedSolomon lPlain;
+    auto lSent = TestPattern(0, 0, RS_CODEWORD_SIZE);
+    lPlain.Encode(lSent.data(), lSent.data() + RS_DATA_SIZE);
+    auto lReceived = lSent;
+    std::vector<int32_t> lErased(RS_PARITY_SIZE);
+    const auto lErasures = static_cast<int32_t>(aState.range(0));
+    for (int32_t lIndex = 0; lIndex < lErasures; ++lIndex) {
+        lErased[static_cast<size_t>(lIndex)] = lIndex * 10;
+        lReceived[static_cast<size_t>(lIndex) * 10] ^= 0x55;
+    }
+    for (int32_t lIndex = 0; lIndex < aState.range(1); ++lIndex)
+        lReceived[static_cast<size_t>(lIndex) * 10 + 5] ^= 0xAA;
+    bool lGood = true;
+    for (auto _ : aState) {
+        auto lCodeword = lReceived;
+        auto lPositions = lErased;
+        lGood = aDecode(lCodeword.data(), lPositions.data(), lErasures) >= 0 && lCodeword == lSent && lGood;
+    }
+    Report(aState, RS_DATA_SIZE, lGood);
+}
+
+void RSDecode(State& aState) {
+    const auto lCodec = MakeCodec();
+    Decode(aState, [&lCodec](uint8_t* apCodeword, int32_t* apPositions, int32_t aCount) {
+        return DecodeRS(lCodec.get(), apCodeword, apPositions, aCount);
+    });
+}
+BENCHMARK(RSDecode)->ArgNames({"erasures", "errors"})->Args({0, 0})->Args({24, 0})->Args({12, 12})->Args({0, 24});
+
+void RSDecodePlain(State& aState) {
+    const PlainReedSolomon lPlain;
+    Decode(aState, [&lPlain](uint8_t* apCodeword, const int32_t* apPositions, int32_t aCount) {
+        return lPlain.Decode(apCodeword, apPositions, aCount);
+    });
+}
+BENCHMARK(RSDecodePlain)->ArgNames({"erasures", "errors"})->Args({24, 0});
+
+// A packet of a unit's size, protected and then repaired without so many fragments.
+void FECRoundTrip(State& aState) {
+    const auto lUnit = SampleUnit();
+    const auto lErrors = static_cast<uint32_t>(aState.range(0));
+    const auto lCodec = MakeCodec();
+    FECProcessor lProcessor;
+    std::vector<uint32_t> lMissing(lErrors);
+    std::iota(lMissing.begin(), lMissing.end(), 1u);
+    bool lGood = true;
+    for (auto _ : aState) {
+        const FECLayout lLayout(lUnit->GetSize(), lErrors, UDP_MAX_PACKET_SIZE);
+        auto lFragments = ProtectPacket(*lCodec, lLayout, lUnit->cData);
+        std::fill_n(lFragments.begin() + lLayout.mFragmentSize, lErrors * lLayout.mFragmentSize, uint8_t{0});
+        Packet lReceived(static_cast<uint32_t>(lFragments.size()));
+        lReceived.Write(static_cast<uint32_t>(lFragments.size()), lFragments.data());
+        lProcessor.ciRSk = lLayout.mRSk;
+        lProcessor.ciRSz = lLayout.mRSz;
+        lGood = lProcessor.Correct(&lReceived, lLayout.mFragments, lMissing.data(), lErrors) &&
+                std::equal(lUnit->cData, lUnit->cData + lUnit->GetSize(), lReceived.cData) && lGood;
+    }
+    Report(aState, lUnit->GetSize(), lGood);
+}
+BENCHMARK(FECRoundTrip)->ArgName("lost")->Arg(1)->Arg(7);
 
 // Queues
 
