@@ -55,7 +55,7 @@ uint32_t DCPInterface::Open(const char* apAddress, uint32_t aLocalInterface) {
     ciPFTLayer = std::make_unique<PFTLayer>();
     ciPFTLayer->SetLowerLayer(lpTransport);
     ciPFTLayer->SetAddressing(lIsFile ? 1 : 0);
-    ciPFTLayer->SetMode(lAddress.mPFT ? PFT_MODE_FRAGMENT : PFT_MODE_NONE);
+    ciPFTLayer->SetMode(!lAddress.mPFT ? PFT_MODE_NONE : lAddress.mFEC ? PFT_MODE_FEC : PFT_MODE_FRAGMENT);
 
     ciAFLayer = std::make_unique<AFLayer>();
     ciAFLayer->ciUseCRC = lAddress.mCRC;
@@ -72,8 +72,7 @@ uint32_t DCPInterface::Open(const char* apAddress, uint32_t aLocalInterface) {
 // Makes the stack's lowest layer; null with the endpoint's code when it refuses.
 Layer* DCPInterface::OpenTransport(const DCPAddress& aAddress, uint32_t aLocalInterface) {
     ciTransport = aAddress.mTransport;
-    const bool lIsKnown = ciTransport == TRANSPORT_UDP || ciTransport == TRANSPORT_FILE;
-    if (!lIsKnown || (aAddress.mPFT && aAddress.mFEC)) {
+    if (ciTransport != TRANSPORT_UDP && ciTransport != TRANSPORT_FILE) {
         Fail(DCP_TRANSPORT_NOT_SUPPORTED);
         return nullptr;
     }

@@ -35,7 +35,7 @@ public:
 
     // Builds the stack for an address (DCPAddress.h).  aLocalInterface is the interface on which a receiver joins a
     // multicast group.  1, or 0 with DCP_INVALID_ADDRESS (also when it is open already, or was started before),
-    // DCP_TRANSPORT_NOT_SUPPORTED (tcp, ser, and pft with fec) or the code of the transport.
+    // DCP_TRANSPORT_NOT_SUPPORTED (tcp, ser) or the code of the transport.
     uint32_t Open(const char* apAddress, uint32_t aLocalInterface);
 
     uint32_t Start();  // 1, or 0 without a code when the endpoint is not open

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "Networking/AFPacket.h"
-#include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/Settings.h"
 #include "runtime/Trace.h"
@@ -24,7 +23,10 @@ PFTLayer::PFTLayer()
     : ciSupportedErrors(ReadSupportedErrors()),
       cpcQueue(std::make_unique<PacketQueue>(PFT_QUEUE_SIZE)),
       cpcTempPacket(std::make_unique<Packet>(PFT_TEMP_PACKET_SIZE)),
+      cpcEncoder(CreateRSCodec(8, 0x11D, 1, 1, RS_PARITY_SIZE, 0)),
+      cpcFEC(std::make_unique<FECProcessor>()),
       cpcCRC(PFTPacket::SharedEngine()) {
+    CHECK_INVARIANT_AS(cpcEncoder != nullptr, "0");
     ciOverhead = PFT_HEADER_SIZE;
     cpcTempPacket->cProtocol = ciReassembledTag;
 }
@@ -38,8 +40,10 @@ void PFTLayer::SetAddressing(uint32_t aOn) {
 }
 
 void PFTLayer::SetMode(uint32_t aMode) {
+    if (aMode == PFT_MODE_FEC && ciMode != PFT_MODE_FEC)
+        ciOverhead += PFT_RS_SIZE;
     ciMode = aMode;
-    if (aMode == PFT_MODE_FRAGMENT) {
+    if (aMode == PFT_MODE_FRAGMENT || aMode == PFT_MODE_FEC) {
         ciMaxPacketSize = LAYER_FIXED_MAX_PACKET_SIZE;
     } else {
         cidwFIDXIndex = 0;
@@ -48,54 +52,6 @@ void PFTLayer::SetMode(uint32_t aMode) {
     }
 }
 
-// Sending
-
-uint32_t PFTLayer::Send(Packet* apPacket) {
-    if (!IsThisTagRegistered(apPacket->cProtocol))
-        return Fail(LAYER_TAG_NOT_REGISTERED);
-    PFTPacket::spcCRCEngine = cpcCRC;
-    if (ciMode == PFT_MODE_FRAGMENT)
-        return SendFragments(apPacket);
-    return ciLowerLayer->Send(apPacket) == 1 ? 1 : FailAsBelow();
-}
-
-uint32_t PFTLayer::SendFragments(Packet* apPacket) {
-    const uint32_t lLowerSize = ciLowerLayer->ciMaxPacketSize;
-    if (lLowerSize <= ciOverhead)
-        return Fail(PACKET_WRITE_OVERFLOW);
-    const uint32_t lFragmentSize = lLowerSize - ciOverhead;
-    const uint32_t lSize = apPacket->GetSize();
-    cidwFCount = std::max<uint32_t>((lSize + lFragmentSize - 1) / lFragmentSize, 1);
-    const auto lPause = static_cast<uint32_t>(static_cast<double>(PFT_SPREAD_TIME) / cidwFCount);
-    apPacket->Rewind();
-    for (cidwFIDXIndex = 0; cidwFIDXIndex + 1 < cidwFCount; ++cidwFIDXIndex) {
-        if (SendFragment(apPacket, lFragmentSize) != 1)
-            return 0;
-        if (lPause > 0)
-            platform::Sleep(lPause);
-    }
-    const uint32_t lRest = lSize % lFragmentSize;
-    if (SendFragment(apPacket, lRest != 0 ? lRest : lFragmentSize) != 1)
-        return 0;
-    ++ciwPSeq;
-    return 1;
-}
-
-uint32_t PFTLayer::SendFragment(Packet* apPacket, uint32_t aSize) {
-    std::vector<unsigned char> lBytes(aSize);
-    if (apPacket->Read(aSize, lBytes.data()) != 1)
-        return Fail(apPacket->GetError());
-    PFTPacket lFragment(ciOverhead + aSize);
-    if (ciAddressing == 1)
-        lFragment.SetAddresses(ciwSource, ciwDestination);
-    if (lFragment.WritePayload(aSize, lBytes.data()) != 1 ||
-        lFragment.SetHeader(ciwPSeq, cidwFIDXIndex, cidwFCount) != 1)
-        return Fail(lFragment.GetError());
-    return ciLowerLayer->Send(&lFragment) == 1 ? 1 : FailAsBelow();
-}
-
-// Receiving
-
 uint32_t PFTLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {
     cpcFragment = std::make_unique<PFTPacket>(0);
     cpcFragment->cPayloadProtocol = ciReassembledTag;
@@ -103,7 +59,6 @@ uint32_t PFTLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIn
     cpcTempPacket->Rewind();
     cpcTempPacket->SetSize(0);
     ResetSubPackets();
-    cPacketHasParity = false;
 
     Outcome lOutcome = Outcome::GO_ON;
     while (ciRxState != RX_COMPLETE && lOutcome == Outcome::GO_ON) {
@@ -135,8 +90,7 @@ uint32_t PFTLayer::Deliver(Packet* apOut) {
     uint32_t lMissingIndexes[PFT_MAX_MISSING];
     const uint32_t lMissing = AssembleSubPackets(cpcTempPacket.get(), lMissingIndexes);
     CHECK_INVARIANT_AS(cpcTempPacket->GetSize() != 0, "cpcTempPacket->GetSize()!=0");
-    // Parity interleaves the bytes even of a packet that lacks nothing, and there is no decoder here to undo it.
-    if (cPacketHasParity || lMissing > 0) {
+    if (!Restore(lMissingIndexes, lMissing)) {
         ciRxState = RX_RESET;
         return 0;
     }
@@ -146,6 +100,20 @@ uint32_t PFTLayer::Deliver(Packet* apOut) {
     apOut->Share(cpcTempPacket.get());
     ciRxState = RX_WAIT_NEXT;
     return 1;
+}
+
+// Turns what was put together into the packet that was sent; false when it cannot be.
+bool PFTLayer::Restore(const uint32_t* apMissing, uint32_t aMissing) {
+    if (!cPartsAgree)
+        return false;
+    if (!cFormat.mFEC)
+        return aMissing == 0;
+    const uint64_t lWholeSize = uint64_t{cFormat.mFcount} * cFormat.mPlen;
+    if (aMissing > PFT_MAX_MISSING || cpcTempPacket->GetSize() != lWholeSize)
+        return false;  // a packet that does not fit was cut
+    cpcFEC->ciRSk = cFormat.mRSk;
+    cpcFEC->ciRSz = cFormat.mRSz;
+    return cpcFEC->Correct(cpcTempPacket.get(), cFormat.mFcount, apMissing, aMissing);
 }
 
 PFTLayer::Outcome PFTLayer::WaitFirst(uint32_t* apTimeOut) {
@@ -193,10 +161,9 @@ PFTLayer::Outcome PFTLayer::WaitNext(uint32_t* apTimeOut) {
     return Outcome::GO_ON;
 }
 
-// The expected fragment is lost.  With parity it leaves a gap to be repaired, without the packet goes on to wait.
+// The expected fragment is lost.  Where there is parity it leaves a gap to be repaired, else it is waited for.
 void PFTLayer::LeaveGap() {
-    cPacketHasParity = cpcFragment->GetFEC();
-    if (cPacketHasParity) {
+    if (cpcFragment->GetFEC()) {
         AddSubPacket(nullptr);
         if (cidwFCount == PFT_UNKNOWN_COUNT) {
             CHECK_INVARIANT_AS(cidwFIDXIndex == 0, "cidwFIDXIndex==0");
@@ -307,7 +274,17 @@ void PFTLayer::AdvancePosition() {
 
 // Puts the fragment or whole packet in hand into the list; whether the packet is complete now.
 bool PFTLayer::StoreFragment() {
-    cPacketHasParity = !IsWholePacket() && cpcFragment->GetFEC();
+    Format lFormat;
+    lFormat.mFEC = !IsWholePacket() && cpcFragment->GetFEC();
+    if (lFormat.mFEC) {
+        lFormat.mFcount = cpcFragment->GetFcount();
+        lFormat.mPlen = cpcFragment->cPayloadSize;
+        lFormat.mRSk = cpcFragment->GetRSk();
+        lFormat.mRSz = cpcFragment->GetRSz();
+    }
+    const bool lIsFirst = cSubPacketTotal == -1;
+    cPartsAgree = lIsFirst || (cPartsAgree && lFormat == cFormat);
+    cFormat = lFormat;
     return AddSubPacket(cpcFragment.get());
 }
 

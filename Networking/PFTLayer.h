@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "Networking/FECProcessor.h"
+#include "Networking/FECProtector.h"
 #include "Networking/Layer.h"
 #include "Networking/PFTPacket.h"
 #include "Networking/PacketQueue.h"
@@ -19,8 +21,9 @@ constexpr uint32_t PFT_SPREAD_TIME = 200;  // milliseconds over which a packet's
 constexpr uint32_t PFT_UNKNOWN_COUNT = 0xFFFFFFFF;
 
 enum PFTMode : uint32_t {
-    PFT_MODE_NONE = 0,     // packets pass unchanged
-    PFT_MODE_FRAGMENT = 2  // fragments without parity
+    PFT_MODE_NONE = 0,      // packets pass unchanged
+    PFT_MODE_FRAGMENT = 2,  // fragments without parity
+    PFT_MODE_FEC = 3        // fragments of a packet protected by Reed-Solomon parity
 };
 
 enum PFTRxState : uint32_t {
@@ -31,14 +34,17 @@ enum PFTRxState : uint32_t {
     RX_GAP = 4          // that fragment counts as lost
 };
 
-// Protection, Fragmentation and Transport (ETSI TS 102 821), without the Reed-Solomon protection: sends each AF packet
-// as PF fragments, spread over about 200 ms, and puts received fragments together again.  Used in one direction.
+// Protection, Fragmentation and Transport (ETSI TS 102 821): sends each AF packet as PF fragments, spread over about
+// 200 ms, with Reed-Solomon parity or without, and puts received fragments together again.  Used in one direction.
 //
 // Receiving, the layer follows an expected position (PSeq and Findex).  Fragments ahead of it wait in a queue of 20
-// copies, in order; a fragment more than ten away, a time-out and a packet that cannot be put together cost the packet
-// in hand and the queue, and the layer waits for the next fragment with Findex 0.  A packet of the layer's own
-// registered protocol ("AF", sent without PFT) is passed up whole.  Packets of more than 80 fragments, and packets with
-// parity that lack a fragment or not, are lost.
+// copies, in order; when three wait, the expected fragment counts as lost: it is repaired in a packet with parity, and
+// waited for in one without.  A fragment more than ten away, a time-out and a packet that cannot be put together cost
+// the packet in hand and the queue, and the layer waits for the next fragment with Findex 0.  A packet of the layer's
+// own registered protocol ("AF", sent without PFT) is passed up whole.
+//
+// Lost are packets of more than 80 fragments, and packets with parity that lack more fragments than it restores or more
+// than 20, that are larger than PFT_TEMP_PACKET_SIZE with it, or whose fragments differ in Fcount, Plen, RSk or RSz.
 class PFTLayer : public Layer {
 public:
     // Reads the registry's "PftSupportedErrors".
@@ -48,8 +54,9 @@ public:
     void SetAddressing(uint32_t aOn);  // 1: fragments carry ciwSource and ciwDestination
     void SetMode(uint32_t aMode);
 
-    // 1 when the whole packet went down.  0 with LAYER_TAG_NOT_REGISTERED, PACKET_WRITE_OVERFLOW, PACKET_READ_OVERFLOW
-    // (an empty packet) or the code of the layer below; PSeq then stays, the fragments sent stay sent.
+    // 1 when the whole packet went down.  0 with LAYER_TAG_NOT_REGISTERED, PACKET_READ_OVERFLOW (an empty packet),
+    // PACKET_WRITE_OVERFLOW (no room for payload in the layer below), LAYER_PACKET_TOO_BIG (above ciMaxPacketSize, with
+    // parity) or the code of the layer below; PSeq then stays, the fragments sent stay sent.
     uint32_t Send(Packet* apPacket) override;
 
     // 1 a packet; 2 the layer below timed out; 0 a packet was lost, without a code.  Does not return while it waits
@@ -86,13 +93,27 @@ public:
     std::unique_ptr<PFTPacket> cpcFragment;
     std::unique_ptr<PacketQueue> cpcQueue;
     std::unique_ptr<Packet> cpcTempPacket;
+    std::unique_ptr<const RSCodec> cpcEncoder;
+    std::unique_ptr<FECProcessor> cpcFEC;
     const CRC16* cpcCRC;  // never freed: other layers' fragments use it too
 
 private:
     enum class Outcome { GO_ON, TIMED_OUT, LOST };
 
-    uint32_t SendFragments(Packet* apPacket);
-    uint32_t SendFragment(Packet* apPacket, uint32_t aSize);
+    // What all fragments of a packet with parity have in common; of others nothing is set.
+    struct Format {
+        bool mFEC = false;
+        uint32_t mFcount = 0;
+        uint32_t mPlen = 0;
+        uint32_t mRSk = 0;
+        uint32_t mRSz = 0;
+        bool operator==(const Format&) const = default;
+    };
+
+    // Without a layout the last fragment may be shorter and has no pause behind it.
+    uint32_t SendFragments(const unsigned char* apBytes, uint32_t aSize, uint32_t aFragmentSize,
+                           const FECLayout* apLayout);
+    uint32_t SendFragment(const unsigned char* apPayload, uint32_t aSize, const FECLayout* apLayout);
 
     Outcome WaitFirst(uint32_t* apTimeOut);
     Outcome WaitNext(uint32_t* apTimeOut);
@@ -101,8 +122,10 @@ private:
     bool IsWholePacket() const { return IsThisTagRegistered(cpcFragment->cProtocol); }
     void AdvancePosition();
     uint32_t Deliver(Packet* apOut);
+    bool Restore(const uint32_t* apMissing, uint32_t aMissing);
 
-    bool cPacketHasParity = false;  // the FEC flag of the fragment last noted
+    Format cFormat;             // of the fragment last stored
+    bool cPartsAgree = true;    // the fragments of the packet in hand have one format
     uint32_t cEpoch = 0x10000;  // added to PSeq in the queue, raised when ciwPSeq wraps, so that its order is circular
     RetryBrake cBrake{RetryBrake::SMALL_CREDIT};
 };

@@ -63,10 +63,11 @@ TEST_F(DCPInterfaceTest, ReadsAddresses) {
         {UDP_ADDRESS, 0, 2, true},
         {UDP_ADDRESS + "?fec=0", 0, 2, true},
         {UDP_ADDRESS + "?crc=0&fec=4", 0, 2, false},
-        {UDP_ADDRESS + "?fec=2&crc=0", DCP_TRANSPORT_NOT_SUPPORTED, 0, false},
+        {UDP_ADDRESS + "?fec=2&crc=0", 0, 3, false},
         {"dcp.udp" + UDP_LOCATION + "?fec=2", 0, 0, true},
         {"dcp.udp.pft.x" + UDP_LOCATION + " rest", 0, 2, true},
         {"dcp.file.pft:rec.mdi:0:0", 0, 2, true},
+        {"dcp.file.pft:rec.mdi:0:0?fec=1", 0, 3, true},
         {"dcp.file:rec.mdi:0:0?crc=0", 0, 0, false},
         {"dcp.file.pft:none.mdi:0:0", FILE_OPEN_FAILED, 0, true},
         {"dcp.udp.pft://127.0.0.1:80", UDP_INVALID_PORT, 0, true},
@@ -90,7 +91,7 @@ TEST_F(DCPInterfaceTest, ReadsAddresses) {
         EXPECT_EQ(lIsFile ? 1u : 0u, lEndpoint.ciPFTLayer->ciAddressing);
         EXPECT_EQ(lCase.mCRC, lEndpoint.ciAFLayer->ciUseCRC);
         EXPECT_EQ(lIsFile, lEndpoint.ciAFLayer->ciFileMode);
-        const uint32_t lMaximum = lCase.mMode == 2 ? 15000 : lIsFile ? 4950 : 1458;
+        const uint32_t lMaximum = lCase.mMode != 0 ? 15000 : lIsFile ? 4950 : 1458;
         EXPECT_EQ(lMaximum - 12, lEndpoint.ciMaxPacketSize);
         EXPECT_EQ(0u, lEndpoint.Open(UDP_ADDRESS.c_str(), 0));  // open already
         EXPECT_EQ(DCP_INVALID_ADDRESS, lEndpoint.GetError());
