@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Installs what is missing, checks the format, builds everything with g++ and clang, warnings as errors, and runs all
-# tests three times: as they are, with the address and undefined-behaviour sanitizers, and with the thread sanitizer.
+# tests three times: as they are, with the address and undefined-behaviour sanitizers, and with the thread sanitizer; makes the packages and tries them.
 set -eu
 cd "$(dirname "$0")"
 
-scripts/install-packages.sh g++ clang libclang-rt-14-dev clang-format cmake ninja-build ccache libgtest-dev
+scripts/install-packages.sh g++ clang libclang-rt-14-dev clang-format cmake ninja-build ccache libgtest-dev \
+    dpkg-dev file
 
 echo "== format"
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
@@ -15,6 +16,9 @@ for preset in release asan tsan; do
     cmake --build --preset "$preset" -- --quiet
     ctest --preset "$preset" -j 4
 done
+
+echo "== package"
+scripts/check-package.sh build/release
 
 echo "== clang"
 cmake --preset fuzz >/dev/null
