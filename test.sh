@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, checks the format, builds everything with g++ and clang, warnings as errors, and runs all
-# tests three times: as they are, with the address and undefined-behaviour sanitizers, and with the thread sanitizer; makes the packages and tries them.
+# Installs what is missing, checks the format, builds everything with g++ and clang, warnings as errors, runs all tests
+# three times (as they are, with the address and undefined-behaviour sanitizers, with the thread sanitizer) and makes the
+# packages and tries them.
 set -eu
 cd "$(dirname "$0")"
 
