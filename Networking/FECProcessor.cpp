@@ -1,6 +1,5 @@
 #include "Networking/FECProcessor.h"
 
-#include <algorithm>
 #include <cstring>
 
 #include "runtime/Trace.h"
@@ -12,7 +11,7 @@ FECProcessor::FECProcessor() : cpcCodec(CreateRSCodec(8, 0x11D, 1, 1, RS_PARITY_
 bool FECProcessor::Correct(Packet* apcPacket, uint32_t ainFragmentsNumber, const uint32_t* apMissing,
                            uint32_t aMissingCount) {
     const uint32_t lSize = apcPacket->GetSize();
-    if (cpcCodec == nullptr || ciRSk == 0 || ciRSk > ciMaxData || ainFragmentsNumber == 0 ||
+    if ((cpcCodec == nullptr && aMissingCount > 0) || ciRSk == 0 || ciRSk > ciMaxData || ainFragmentsNumber == 0 ||
         lSize % ainFragmentsNumber != 0 || lSize > apcPacket->ValidBytes())
         return false;
     const uint32_t linFragmentsSize = lSize / ainFragmentsNumber;

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "Networking/Packet.h"
 #include "Networking/RSCodec.h"
@@ -18,8 +19,8 @@ public:
     // returns true; ciRSk and ciRSz are to be set before.
     //
     // False, with the packet as it was, when ciRSk is 0 or above ciMaxData, the packet is not made of so many equal
-    // fragments, or they hold no byte of data.  False, with the packet cut to the data as far as they could be
-    // repaired, when a block lacks more than its parity bytes can restore.
+    // fragments, they hold no byte of data, or some are missing and there is no codec.  False, with the packet cut to
+    // the data as far as they could be repaired, when a block lacks more than its parity bytes can restore.
     //
     // The parity serves for lost fragments only: with none missing, damaged bytes stay as they are.
     bool Correct(Packet* apcPacket, uint32_t ainFragmentsNumber, const uint32_t* apMissing, uint32_t aMissingCount);

@@ -10,11 +10,9 @@
 
 namespace {
 
-constexpr uint32_t MAX_SUPPORTED_ERRORS = 7;
-
 uint32_t ReadSupportedErrors() {
     const auto lValue = platform::ReadRegistryNumber("SOFTWARE\\VESTRAL\\Drm\\Settings", "PftSupportedErrors");
-    return std::clamp<uint32_t>(lValue.value_or(1), 1, MAX_SUPPORTED_ERRORS);
+    return std::clamp<uint32_t>(lValue.value_or(1), 1, PFT_MAX_SUPPORTED_ERRORS);
 }
 
 }  // namespace
@@ -75,6 +73,7 @@ uint32_t PFTLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIn
             default:
                 CHECK_INVARIANT_AS(ciRxState == RX_RESET, "0");
                 cpcQueue->Clear();
+                ResetSubPackets();  // of a packet of which nothing but gaps was there
                 ciRxState = RX_WAIT_FIRST;
                 break;
         }
@@ -336,12 +335,15 @@ uint32_t PFTLayer::AssembleSubPackets(Packet* apTemp, uint32_t* apMissing) {
     } else if (cSubPacketTotal > 0 && cSubPacketSize > 0) {
         const std::vector<unsigned char> lFiller(static_cast<size_t>(cSubPacketSize));
         const auto lTotal = std::min(static_cast<uint32_t>(cSubPacketTotal), PFT_MAX_SUB_PACKETS);
+        bool lFits = true;  // one line in the trace file for a packet that does not
         for (uint32_t lIndex = 0; lIndex < lTotal; ++lIndex) {
             const Packet* const lpFragment = cSubPacketList[lIndex].get();
-            const uint32_t lWritten = lpFragment != nullptr
-                                          ? apTemp->Write(lpFragment->cPayloadSize, lpFragment->cPayload)
-                                          : apTemp->Write(static_cast<uint32_t>(lFiller.size()), lFiller.data());
-            CHECK_INVARIANT_AS(lWritten == 1, "0");
+            if (lFits) {
+                lFits = lpFragment != nullptr
+                            ? apTemp->Write(lpFragment->cPayloadSize, lpFragment->cPayload) == 1
+                            : apTemp->Write(static_cast<uint32_t>(lFiller.size()), lFiller.data()) == 1;
+                CHECK_INVARIANT_AS(lFits, "0");
+            }
             if (lpFragment == nullptr && lMissing++ < PFT_MAX_MISSING)
                 apMissing[lMissing - 1] = lIndex;
         }

@@ -5,7 +5,6 @@
 #include <memory>
 
 #include "Networking/FECProcessor.h"
-#include "Networking/FECProtector.h"
 #include "Networking/Layer.h"
 #include "Networking/PFTPacket.h"
 #include "Networking/PacketQueue.h"
@@ -17,8 +16,11 @@ constexpr uint32_t PFT_QUEUE_PATIENCE = 3;    // so many ahead of their turn, an
 constexpr uint32_t PFT_MAX_DISTANCE = 10;     // in fragments; farther ones mean that the position is lost
 constexpr uint32_t PFT_MAX_MISSING = 20;      // lost fragments of one packet that are listed
 constexpr uint32_t PFT_TEMP_PACKET_SIZE = 10012;
+constexpr uint32_t PFT_MAX_SUPPORTED_ERRORS = 7;
 constexpr uint32_t PFT_SPREAD_TIME = 200;  // milliseconds over which a packet's fragments are spread
 constexpr uint32_t PFT_UNKNOWN_COUNT = 0xFFFFFFFF;
+
+struct FECLayout;
 
 enum PFTMode : uint32_t {
     PFT_MODE_NONE = 0,      // packets pass unchanged
@@ -54,9 +56,10 @@ public:
     void SetAddressing(uint32_t aOn);  // 1: fragments carry ciwSource and ciwDestination
     void SetMode(uint32_t aMode);
 
-    // 1 when the whole packet went down.  0 with LAYER_TAG_NOT_REGISTERED, PACKET_READ_OVERFLOW (an empty packet),
-    // PACKET_WRITE_OVERFLOW (no room for payload in the layer below), LAYER_PACKET_TOO_BIG (above ciMaxPacketSize, with
-    // parity) or the code of the layer below; PSeq then stays, the fragments sent stay sent.
+    // 1 when the whole packet went down.  0 with LAYER_TAG_NOT_REGISTERED, PACKET_READ_OVERFLOW (an empty packet, or
+    // one that claims more bytes than it has), PACKET_WRITE_OVERFLOW (the layer below has no room for payload; there is
+    // no encoder), LAYER_PACKET_TOO_BIG (above ciMaxPacketSize, with parity) or the code of the layer below; PSeq then
+    // stays, the fragments sent stay sent.
     uint32_t Send(Packet* apPacket) override;
 
     // 1 a packet; 2 the layer below timed out; 0 a packet was lost, without a code.  Does not return while it waits

@@ -24,7 +24,8 @@ uint32_t PFTLayer::Send(Packet* apPacket) {
         return Fail(LAYER_PACKET_TOO_BIG);  // RSz has one byte
     if (cpcEncoder == nullptr)
         return Fail(PACKET_WRITE_OVERFLOW);
-    const FECLayout lLayout(lSize, ciSupportedErrors, lMaxPayload);
+    const uint32_t lErrors = std::clamp<uint32_t>(ciSupportedErrors, 1, PFT_MAX_SUPPORTED_ERRORS);
+    const FECLayout lLayout(lSize, lErrors, lMaxPayload);
     const auto lFragments = ProtectPacket(*cpcEncoder, lLayout, apPacket->cData);
     return SendFragments(lFragments.data(), static_cast<uint32_t>(lFragments.size()), lLayout.mFragmentSize, &lLayout);
 }

@@ -55,7 +55,7 @@ void MakeRows(RSCodec& aCodec) {
 }
 
 // The remainder of the message, with zeros behind it, by the generator.  Unrolled, because the parity then stays in
-// registers: that makes it twice as fast.
+// registers: with g++ that makes it twice as fast.
 template <uint32_t WORDS>
 void Divide(const RSCodec& aCodec, const uint8_t* apMessage, uint8_t* apParity) {
     uint64_t lParity[WORDS + 1] = {};

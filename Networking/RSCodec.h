@@ -43,13 +43,14 @@ struct RSCodec {
 std::unique_ptr<const RSCodec> CreateRSCodec(int32_t aSymbolSize, int32_t aGeneratorPolynomial, int32_t aFirstRoot,
                                              int32_t aPrimitive, int32_t aRoots, int32_t aPadding);
 
-// Writes the parity of a message, RS_PARITY_SIZE bytes for RS_DATA_SIZE bytes.
+// Writes the parity of a message: mRoots bytes for GetMessageSize() bytes, with this system's code RS_PARITY_SIZE for
+// RS_DATA_SIZE.
 void EncodeRS(const RSCodec* apcCodec, const uint8_t* apMessage, uint8_t* apParity);
 
-// Corrects a codeword of RS_CODEWORD_SIZE bytes in place: e errors and the aCount erasures whose indexes apPositions
-// holds, as long as 2e + aCount is at most RS_PARITY_SIZE.  Returns how many bytes were corrected, erasures that were
-// right by chance included, with their indexes ascending in apPositions (room for RS_PARITY_SIZE; null when nobody
-// wants them and aCount is 0).  0 when there was nothing to correct.  -1, with the codeword as it was, when it cannot
-// be corrected, and for more erasures than parity bytes, an index outside the codeword or one given twice in a codeword
-// that is not consistent.  Damage beyond the limit can also lead to another valid codeword.
+// Corrects a codeword, message and parity, in place: e errors and the aCount erasures whose indexes apPositions holds,
+// as long as 2e + aCount is at most mRoots.  Returns how many bytes were corrected, erasures that were right by chance
+// included, with their indexes ascending in apPositions (room for mRoots; null when nobody wants them and aCount is 0).
+// 0 when there was nothing to correct.  -1, with the codeword as it was, when it cannot be corrected, and for more
+// erasures than parity bytes, an index outside the codeword or one given twice in a codeword that is not consistent.
+// Damage beyond the limit can also lead to another valid codeword.
 int32_t DecodeRS(const RSCodec* apcCodec, uint8_t* apCodeword, int32_t* apPositions, int32_t aCount);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 
 // RS(255, 207) over GF(2^8) by the textbook, one product of logarithms at a time: what the codec is measured and
 // checked against.  Shares nothing with it.
@@ -41,7 +42,7 @@ public:
 
     bool IsCodeword(const uint8_t* apCodeword) const {
         for (int lRoot = 1; lRoot <= ROOTS; ++lRoot) {
-            if (Value(apCodeword, N - 1, lRoot, -1) != 0)
+            if (Value(apCodeword, apCodeword + N, lRoot) != 0)
                 return false;
         }
         return true;
@@ -52,7 +53,7 @@ public:
         Terms lSyndromes = {};
         bool lConsistent = true;
         for (int lRoot = 1; lRoot <= ROOTS; ++lRoot) {
-            lSyndromes[lRoot] = Value(apCodeword, N - 1, lRoot, -1);
+            lSyndromes[lRoot] = Value(apCodeword, apCodeword + N, lRoot);
             lConsistent = lConsistent && lSyndromes[lRoot] == 0;
         }
         if (lConsistent)
@@ -98,13 +99,16 @@ private:
         return aOne == 0 || aOther == 0 ? uint8_t{0} : cPowers[(cLogarithms[aOne] + cLogarithms[aOther]) % N];
     }
 
-    // Of a polynomial at alpha^aExponent, by Horner; its terms from index 0 on, the highest power first or last.
-    uint8_t Value(const uint8_t* apTerms, int aDegree, int aExponent, int aDirection) const {
+    // Of a polynomial at alpha^aExponent, by Horner, its terms from the highest power on.
+    template <typename Iterator>
+    uint8_t Value(Iterator aFirst, Iterator aLast, int aExponent) const {
         uint8_t lValue = 0;
-        for (int lTerm = aDegree; lTerm >= 0; --lTerm)
-            lValue = static_cast<uint8_t>(Product(lValue, cPowers[aExponent % N]) ^
-                                          apTerms[aDirection < 0 ? aDegree - lTerm : lTerm]);
+        for (; aFirst != aLast; ++aFirst)
+            lValue = static_cast<uint8_t>(Product(lValue, cPowers[aExponent % N]) ^ *aFirst);
         return lValue;
+    }
+    uint8_t Value(const Terms& aTerms, int aExponent) const {
+        return Value(std::rbegin(aTerms.mTerms), std::rend(aTerms.mTerms), aExponent);
     }
 
     int CorrectRoots(uint8_t* apCodeword, const Terms& aSyndromes, const Terms& aLocator) const {
@@ -120,16 +124,16 @@ private:
         int lRoots[N];
         int lCount = 0;
         for (int lExponent = 0; lExponent < N; ++lExponent) {
-            if (Value(aLocator.mTerms, ROOTS, lExponent, 1) == 0)
+            if (Value(aLocator, lExponent) == 0)
                 lRoots[lCount++] = lExponent;
         }
         if (lCount != lDegree)
             return -1;
         for (int lIndex = 0; lIndex < lCount; ++lIndex) {
             const int lRoot = lRoots[lIndex];
-            const uint8_t lInverse = cPowers[(N - cLogarithms[Value(lDerivative.mTerms, ROOTS, lRoot, 1)]) % N];
+            const uint8_t lInverse = cPowers[(N - cLogarithms[Value(lDerivative, lRoot)]) % N];
             const int lPlace = (N - lRoot) % N;
-            apCodeword[N - 1 - lPlace] ^= Product(Value(lEvaluator.mTerms, ROOTS, lRoot, 1), lInverse);
+            apCodeword[N - 1 - lPlace] ^= Product(Value(lEvaluator, lRoot), lInverse);
         }
         return lCount;
     }

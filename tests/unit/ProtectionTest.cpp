@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Networking/FECProtector.h"
 #include "Networking/PFTLayer.h"
 #include "platform/Clock.h"
 #include "tests/unit/FakeTransport.h"
@@ -70,8 +71,9 @@ TEST_F(ProtectionTest, RestoresWhatTheParityAllows) {
     const std::string lSecond = TestPacket(1000, 2);  // 42
     const std::string lThird = TestPacket(40, 3);
     struct {
-        std::vector<size_t> mFirst,
-            mSecond;  // the fragments that arrive, in their order; up to the last one from a 0 on
+        // The fragments that arrive, in their order; {0} stands for all.
+        std::vector<size_t> mFirst;
+        std::vector<size_t> mSecond;
         std::string mExpected;
     } const CASES[] = {
         {{0}, {0}, lFirst + " " + lSecond + " "},
@@ -109,7 +111,7 @@ TEST_F(ProtectionTest, RestoresSevenOfFortyTwo) {
         ASSERT_EQ(42u, lFragments.size());
         // Not all at the start: then nothing is known of the packet when the next one comes near.
         for (int lLost = 0; lLost < 7; ++lLost)
-            lFragments.erase(lFragments.begin() + 1 + lRandom() % (lFragments.size() - 1));
+            lFragments.erase(lFragments.begin() + 1 + static_cast<std::ptrdiff_t>(lRandom() % (lFragments.size() - 1)));
         WillReceive(lFragments);
         lExpected += TestPacket(1000, static_cast<char>(lPSeq)) + " ";
     }
@@ -160,6 +162,16 @@ TEST_F(ProtectionTest, RefusesPacketsThatDoNotAddUp) {
     WillReceive(Protect(11, lGood, 1));
     WillReceive(Protect(12, lGood, 1));
     EXPECT_EQ("- - " + lGood + " ", ReceiveAll(cLayer, "AF"));
+    EXPECT_EQ(3u, TraceLines().size());  // two of the packet of no bytes, one of that which does not fit
+}
+
+TEST_F(ProtectionTest, APacketOfWhichNothingCameLeavesNoGaps) {
+    const std::string lGood = TestPacket(40, 1);  // three fragments
+    WillReceive(Protect(1, lGood, 1));
+    WillReceive(Protect(3, lGood, 1));  // its fragments, and those of 4, show that those of 2 are lost
+    WillReceive(Protect(4, lGood, 1));
+    WillReceive(Protect(5, lGood, 1));
+    EXPECT_EQ(lGood + " " + lGood + " ", ReceiveAll(cLayer, "AF"));
 }
 
 TEST_F(ProtectionTest, FindsItsWayBackFromAnything) {
@@ -186,9 +198,10 @@ TEST_F(ProtectionTest, FindsItsWayBackFromAnything) {
             }
         }
         ReceiveAll(cLayer, "AF");
-        for (uint32_t lPSeq = 1000; lPSeq < 1004; ++lPSeq)
+        for (uint32_t lPSeq = 1000; lPSeq < 1005; ++lPSeq)
             WillReceive(Protect(lPSeq, lGood, 1));
-        EXPECT_NE(std::string::npos, ReceiveAll(cLayer, "AF").find(lGood)) << lRound;
+        const std::string lRest = lGood + " " + lGood + " " + lGood + " ";
+        EXPECT_TRUE(ReceiveAll(cLayer, "AF").ends_with(lRest)) << lRound;
     }
 }
 
@@ -213,7 +226,6 @@ TEST_F(ProtectionTest, SendsAPacketOverItsTime) {
         for (const std::string& lSent : cTransport.cSent)
             EXPECT_LE(lSent.size(), 1472u);
         cTransport.LoopBack();
-        FakeTransport lTransport;
         PFTLayer lReceiver;
         lReceiver.SetLowerLayer(&cTransport);
         lReceiver.RegisterTag("AF", nullptr);
