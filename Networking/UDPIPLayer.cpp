@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <cstring>
 #include <utility>
+#include <vector>
 
 #include "Networking/RetryBrake.h"
 #include "platform/Clock.h"
@@ -140,7 +141,7 @@ uint32_t UDPIPLayer::GetBytesSent() {
 }
 
 int32_t UDPIPLayer::GetInterfaceAddress(uint32_t aIndex, char* apOut) {
-    for (const uint32_t lAddress : platform::InterfaceAddresses()) {
+    for (const uint32_t lAddress : platform::InterfaceAddresses().value_or(std::vector<uint32_t>())) {
         if (lAddress == LOOPBACK_ADDRESS)
             continue;
         if (aIndex-- == 0) {

@@ -16,6 +16,9 @@ void SecureStandardHandles();
 // one call's text is never mixed with another's.  Failures are ignored, a reader that went away included.  Any thread.
 [[gnu::format(printf, 1, 2)]] void Print(const char* aFormat, ...);
 
+// The same to the error stream, and never mixed with Print's text where both are one terminal.
+[[gnu::format(printf, 1, 2)]] void PrintError(const char* aFormat, ...);
+
 // Whether ReadKey would return a key at once.  False for ever once the input has ended.  One thread only, with ReadKey.
 bool KeyWaiting();
 

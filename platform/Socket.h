@@ -2,13 +2,15 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 // UDP over IPv4.  Addresses are numbers in host byte order: 127.0.0.1 is 0x7F000001.
 namespace platform {
 
-// Makes the socket library ready.  False when the system gives no IPv4 datagram sockets.
-bool StartSockets();
+// Makes the socket library ready.  False when the system gives no IPv4 datagram sockets, with its error number (errno)
+// in *apError if that is not null.
+bool StartSockets(int* apError = nullptr);
 
 constexpr uint32_t NO_ADDRESS = 0xFFFFFFFF;  // what text that is no dotted address reads as
 
@@ -18,9 +20,12 @@ uint32_t ParseAddress(const char* aText);
 // Writes the dotted form and a NUL; aText has room for 16 characters.
 void FormatAddress(uint32_t aAddress, char* aText);
 
-// The IPv4 addresses of this host's interfaces, in the system's order, 127.0.0.1 included.  Empty when there are none
-// or the list cannot be had.
-std::vector<uint32_t> InterfaceAddresses();
+constexpr size_t MAX_INTERFACES = 10;
+
+// The first MAX_INTERFACES IPv4 addresses of this host's interfaces, in the system's order, 127.0.0.1 included.  Empty
+// when there are none or the list cannot be had; nothing when not even a socket to ask for it can be had.  Takes a few
+// microseconds: senders ask for every packet.
+std::optional<std::vector<uint32_t>> InterfaceAddresses();
 
 // One UDP socket.  Used by one thread at a time.  Operations answer true for success; after a false, GetLastError is
 // the system's error number (errno) of that operation.

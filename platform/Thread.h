@@ -30,6 +30,8 @@ enum ThreadPriority : int {
 
 constexpr uint32_t GRACE_MILLISECONDS = 20;
 
+uint32_t ProcessId();  // the system's number of this process
+
 class ThreadState;
 
 // A handle to a thread.  The thread goes on when the handle is destroyed.  Any thread may use a handle, several at

@@ -22,25 +22,41 @@ namespace platform {
 
 namespace {
 
-void WriteOut(const char* aText, size_t aSize) {
+void WriteOut(int aHandle, const char* aText, size_t aSize) {
     static std::mutex& sMutex = *new std::mutex;  // never destroyed: tasks print while the process exits
     // A reader that stalls must not make a task unstoppable, so the waiting is done before the lock.
-    posix::WaitWritable(STDOUT_FILENO, posix::NO_WAIT_LIMIT);
+    posix::WaitWritable(aHandle, posix::NO_WAIT_LIMIT);
     const Lock lLock(sMutex);
     // A reader that went away shall show as an error of write, not end the process.
     [[maybe_unused]] static const auto sFormerAction = signal(SIGPIPE, SIG_IGN);
     while (aSize > 0) {
-        const ssize_t lCount = write(STDOUT_FILENO, aText, aSize);
+        const ssize_t lCount = write(aHandle, aText, aSize);
         if (lCount >= 0) {
             aText += lCount;
             aSize -= static_cast<size_t>(lCount);
         } else if (errno == EAGAIN) {
-            pollfd lOutput = {STDOUT_FILENO, POLLOUT, 0};
+            pollfd lOutput = {aHandle, POLLOUT, 0};
             poll(&lOutput, 1, -1);
         } else if (errno != EINTR) {
             return;
         }
     }
+}
+
+void WriteFormatted(int aHandle, const char* aFormat, va_list aArguments) {
+    char lBuffer[512];
+    va_list lAgain;
+    va_copy(lAgain, aArguments);
+    const int lResult = std::vsnprintf(lBuffer, sizeof(lBuffer), aFormat, aArguments);
+    const size_t lSize = lResult < 0 ? 0 : static_cast<size_t>(lResult);
+    if (lSize < sizeof(lBuffer)) {
+        WriteOut(aHandle, lBuffer, lSize);
+    } else {
+        std::string lText(lSize, '\0');
+        std::vsnprintf(lText.data(), lSize + 1, aFormat, lAgain);
+        WriteOut(aHandle, lText.data(), lSize);
+    }
+    va_end(lAgain);
 }
 
 // The terminal's state is shared by the thread that asks for keys and by signal handlers on any thread.  The holder has
@@ -187,21 +203,16 @@ void SecureStandardHandles() {
 }
 
 void Print(const char* aFormat, ...) {
-    char lBuffer[512];
     va_list lArguments;
     va_start(lArguments, aFormat);
-    va_list lAgain;
-    va_copy(lAgain, lArguments);
-    const int lResult = std::vsnprintf(lBuffer, sizeof(lBuffer), aFormat, lArguments);
-    const size_t lSize = lResult < 0 ? 0 : static_cast<size_t>(lResult);
-    if (lSize < sizeof(lBuffer)) {
-        WriteOut(lBuffer, lSize);
-    } else {
-        std::string lText(lSize, '\0');
-        std::vsnprintf(lText.data(), lSize + 1, aFormat, lAgain);
-        WriteOut(lText.data(), lSize);
-    }
-    va_end(lAgain);
+    WriteFormatted(STDOUT_FILENO, aFormat, lArguments);
+    va_end(lArguments);
+}
+
+void PrintError(const char* aFormat, ...) {
+    va_list lArguments;
+    va_start(lArguments, aFormat);
+    WriteFormatted(STDERR_FILENO, aFormat, lArguments);
     va_end(lArguments);
 }
 

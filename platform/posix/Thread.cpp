@@ -1,11 +1,17 @@
 #include "platform/Thread.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <utility>
 
 #include "platform/posix/ThreadState.h"
 
 namespace platform {
+
+uint32_t ProcessId() {
+    return static_cast<uint32_t>(getpid());
+}
 
 Thread::Thread(std::shared_ptr<ThreadState> aState) : cState(std::move(aState)) {}
 

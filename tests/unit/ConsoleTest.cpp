@@ -178,14 +178,15 @@ TEST(ConsoleTest, PrintsEveryTextWhole) {
     int lPipe[2];
     ASSERT_TRUE(pipe2(lPipe, O_NONBLOCK) == 0 && fcntl(lPipe[0], F_SETFL, 0) == 0);
     std::fflush(stdout);
-    const int lOutput = dup(STDOUT_FILENO);
+    const int lOutput = dup(STDOUT_FILENO), lError = dup(STDERR_FILENO);
     dup2(lPipe[1], STDOUT_FILENO);
+    dup2(lPipe[1], STDERR_FILENO);
     close(lPipe[1]);
     std::vector<std::thread> lThreads;
     for (size_t lThread = 0; lThread < THREADS; ++lThread) {
         lThreads.emplace_back([lThread, &Line] {
             for (size_t lLine = 0; lLine < LINES; ++lLine)
-                platform::Print("%s\n", Line(lThread, lLine).c_str());
+                (lThread % 2 == 0 ? platform::Print : platform::PrintError)("%s\n", Line(lThread, lLine).c_str());
         });
     }
     std::string lText;
@@ -202,7 +203,9 @@ TEST(ConsoleTest, PrintsEveryTextWhole) {
     close(lPipe[0]);
     platform::Print("to a reader that went away");
     dup2(lOutput, STDOUT_FILENO);
+    dup2(lError, STDERR_FILENO);
     close(lOutput);
+    close(lError);
 
     std::istringstream lLines(lText);
     size_t lNext[THREADS] = {};

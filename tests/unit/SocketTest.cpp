@@ -107,7 +107,7 @@ TEST(AddressTest, ConvertsBothWays) {
     EXPECT_EQ(0x0A000102u, platform::ParseAddress("10.0.1.2"));
     for (const char* lBad : {"", "any", "1.2.3.256", "1.2.3.4.5"})
         EXPECT_EQ(platform::NO_ADDRESS, platform::ParseAddress(lBad)) << lBad;
-    const std::vector<uint32_t> lAll = platform::InterfaceAddresses();
+    const auto lAll = platform::InterfaceAddresses().value();
     EXPECT_EQ(1, std::count(lAll.begin(), lAll.end(), LOOPBACK));
 }
 
