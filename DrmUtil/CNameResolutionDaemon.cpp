@@ -1,0 +1,224 @@
+#include "DrmUtil/CNameResolutionDaemon.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "DrmUtil/resolve.h"
+#include "platform/Clock.h"
+#include "platform/HostLookup.h"
+#include "platform/Socket.h"
+#include "platform/Thread.h"
+#include "runtime/Trace.h"
+
+namespace {
+
+constexpr size_t HOST_NAME_SIZE = 201;
+constexpr uint32_t MULTICAST_PREFIX = 0xE;  // the first four bits of 224 to 239
+
+void TakeList() {
+    CNameResolutionDaemon::cListLockSemaphore->Wait(platform::Semaphore::NO_TIME_LIMIT);
+}
+
+void GiveBackList() {
+    CNameResolutionDaemon::cListLockSemaphore->Release();
+}
+
+// Holds the list for a scope of a sender's, which is a task: it is not stopped meanwhile.
+class ListLock {
+public:
+    ListLock() { TakeList(); }
+    ~ListLock() { GiveBackList(); }
+    ListLock(const ListLock&) = delete;
+    ListLock& operator=(const ListLock&) = delete;
+
+private:
+    platform::StopGuard cGuard;
+};
+
+std::string_view UpToDot(std::string_view aName) {
+    return aName.substr(0, aName.find('.'));
+}
+
+// False, with the field unchanged, when the text does not fit.
+template <size_t SIZE>
+bool Store(std::string_view aText, char (&aField)[SIZE]) {
+    if (aText.size() >= SIZE)
+        return false;
+    std::fill(std::copy(aText.begin(), aText.end(), aField), aField + SIZE, '\0');
+    return true;
+}
+
+// The entry as which a destination is listed.  False when it does not fit.
+bool MakeEntry(const char* aHost, CAddressEntry* apEntry) {
+    if (CNameResolutionDaemon::IsDottedAddress(aHost))
+        return Store(aHost, apEntry->miAddress);
+    return Store(UpToDot(aHost), apEntry->miName);
+}
+
+// The tests of an entry by its name and by its address.  They wait for the network.
+
+void Resolve(CAddressEntry* apEntry) {
+    CHECK_INVARIANT_AS(apEntry->miName[0] != '\0', "liAddressToTest.miName[0]!='\\0'");
+    uint32_t lAddress = 0;
+    const bool lFound = platform::LookUpHost(apEntry->miName, &lAddress);
+    if (lFound)
+        platform::FormatAddress(lAddress, apEntry->miAddress);
+    apEntry->miStatus = lFound ? ADDRESS_USABLE : ADDRESS_UNREACHABLE;
+}
+
+void Probe(CAddressEntry* apEntry) {
+    if (!CNameResolutionDaemon::IsReachable(apEntry->miAddress)) {
+        if (!ProbeSocketRefused())
+            apEntry->miStatus = ADDRESS_UNREACHABLE;
+        return;
+    }
+    apEntry->miStatus = ADDRESS_USABLE;
+    std::string lName;
+    if (platform::LookUpHostName(platform::ParseAddress(apEntry->miAddress), &lName))
+        Store(UpToDot(lName), apEntry->miName);
+}
+
+void Test(CAddressEntry* apEntry) {
+    if (CNameResolutionDaemon::IsDottedAddress(apEntry->miAddress))
+        Probe(apEntry);
+    else
+        Resolve(apEntry);
+}
+
+}  // namespace
+
+std::atomic<CNameResolutionDaemon*> CNameResolutionDaemon::cInstance = nullptr;
+std::list<CAddressEntry>* CNameResolutionDaemon::cAddressList = nullptr;
+platform::Semaphore* CNameResolutionDaemon::cListLockSemaphore = nullptr;
+bool CNameResolutionDaemon::cListChanged = false;
+std::atomic<uint32_t> CNameResolutionDaemon::cPeriod = 0;
+
+CNameResolutionDaemon* CNameResolutionDaemon::GetInstance() {
+    if (cInstance != nullptr)
+        return cInstance;
+    const platform::StopGuard lGuard;
+    static CNameResolutionDaemon* const slpDaemon = Create();  // by one thread; others that come meanwhile wait
+    return slpDaemon;
+}
+
+CNameResolutionDaemon* CNameResolutionDaemon::Create() {
+    const bool lStarted = platform::StartSockets();
+    CHECK_INVARIANT(lStarted);
+    return new CNameResolutionDaemon;
+}
+
+CNameResolutionDaemon::CNameResolutionDaemon() {
+    CHECK_INVARIANT_AS(cListLockSemaphore == nullptr, "cListLockSemaphore==0");
+    CHECK_INVARIANT_AS(cAddressList == nullptr, "cAddressList==0");
+    cListLockSemaphore = new platform::Semaphore(1, 1000);
+    cAddressList = new std::list<CAddressEntry>;
+    cPeriod = 1000;
+    cListChanged = false;
+    cInstance = this;  // after all that others use as soon as they see it
+    CNameResolutionDaemon::StartThread(platform::PRIORITY_NORMAL);
+}
+
+void CNameResolutionDaemon::StartThread(int aPriority) {
+    const auto lThread =
+        platform::Thread::Start([](void* aDaemon) { static_cast<CNameResolutionDaemon*>(aDaemon)->Run(); }, this);
+    if (lThread != nullptr)
+        lThread->SetPriority(static_cast<platform::ThreadPriority>(aPriority));
+}
+
+uint32_t CNameResolutionDaemon::GetAddressState(const char* aHost) {
+    GetInstance();
+    if (IsMulticastAddress(aHost) || IsLocalDestination(aHost))
+        return ADDRESS_USABLE;
+    CAddressEntry lWanted;
+    if (!MakeEntry(aHost, &lWanted))
+        return ADDRESS_UNREACHABLE;
+    {
+        const ListLock lLock;
+        const auto lFound = std::find_if(cAddressList->begin(), cAddressList->end(), [&lWanted](const auto& aEntry) {
+            return lWanted.miAddress[0] != '\0' ? std::strcmp(aEntry.miAddress, lWanted.miAddress) == 0
+                                                : std::strcmp(aEntry.miName, lWanted.miName) == 0;
+        });
+        if (lFound != cAddressList->end())
+            return lFound->miStatus;
+    }
+    AddAddress(aHost);
+    return ADDRESS_PENDING;
+}
+
+void CNameResolutionDaemon::AddAddress(const char* aHost) {
+    GetInstance();
+    CAddressEntry lEntry;
+    if (!MakeEntry(aHost, &lEntry))
+        return;
+    const ListLock lLock;
+    cAddressList->push_back(lEntry);
+    cListChanged = true;
+}
+
+void CNameResolutionDaemon::Run() {
+    for (;;) {
+        RunPass();
+        platform::Sleep(cPeriod);
+    }
+}
+
+// Holds the lock between the tests, in plain calls: nobody stops this thread.
+void CNameResolutionDaemon::RunPass() {
+    TakeList();
+    cListChanged = false;
+    for (CAddressEntry& lEntry : *cAddressList) {
+        CAddressEntry liAddressToTest = lEntry;
+        GiveBackList();
+        Test(&liAddressToTest);
+        TakeList();
+        if (cListChanged)
+            break;
+        lEntry = liAddressToTest;
+    }
+    GiveBackList();
+}
+
+bool CNameResolutionDaemon::IsDottedAddress(const char* aText) {
+    GetInstance();
+    return platform::ParseAddress(aText) != platform::NO_ADDRESS;
+}
+
+bool CNameResolutionDaemon::IsMulticastAddress(const char* aText) {
+    return IsDottedAddress(aText) && platform::ParseAddress(aText) >> 28 == MULTICAST_PREFIX;
+}
+
+bool CNameResolutionDaemon::IsLocalHostName(const char* aText) {
+    GetInstance();
+    char lText[HOST_NAME_SIZE];
+    if (!platform::LocalHostName(lText, sizeof lText))
+        return false;
+    const std::string_view lName = UpToDot(lText);
+    return !lName.empty() && std::string_view(aText).starts_with(lName);
+}
+
+bool CNameResolutionDaemon::IsLocalInterfaceAddress(const char* aText) {
+    if (!IsDottedAddress(aText))
+        return false;
+    if (std::strcmp(aText, "127.0.0.1") == 0)
+        return true;
+    const auto lAddresses = platform::InterfaceAddresses();
+    CHECK_INVARIANT(lAddresses.has_value());
+    if (!lAddresses.has_value())
+        return false;
+    return std::any_of(lAddresses->begin(), lAddresses->end(), [aText](uint32_t aAddress) {
+        char lText[ENTRY_ADDRESS_SIZE];
+        platform::FormatAddress(aAddress, lText);
+        return std::strcmp(aText, lText) == 0;
+    });
+}
+
+bool CNameResolutionDaemon::IsLocalDestination(const char* aText) {
+    return IsLocalHostName(aText) || IsLocalInterfaceAddress(aText);
+}
+
+bool CNameResolutionDaemon::IsReachable(const char* aAddress) {
+    GetInstance();
+    return Ping(aAddress) == 1;
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// The ICMP echo request (RFC 792) of the reachability probe.
+
+constexpr size_t PROBE_DATA_SIZE = 32;  // bytes of payload, each 0x45
+constexpr size_t ECHO_HEADER_SIZE = 8;
+constexpr size_t ECHO_REQUEST_SIZE = ECHO_HEADER_SIZE + PROBE_DATA_SIZE;
+
+// The Internet checksum (RFC 1071) of aSize bytes, taken as words in memory order: the result is to be stored as it is.
+uint16_t InternetChecksum(const unsigned char* aData, size_t aSize);
+
+// Fills ECHO_REQUEST_SIZE bytes that are all zero, but for sequence and checksum.  The identifier is in the machine's
+// byte order, and so is the sequence.
+void FillEchoRequest(unsigned char* aRequest, uint16_t aIdentifier);
+
+// Sets the sequence and, over the whole request, the checksum.
+void CompleteEchoRequest(unsigned char* aRequest, uint16_t aSequence);
