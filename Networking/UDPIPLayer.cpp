@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "DrmUtil/CNameResolutionDaemon.h"
 #include "Networking/RetryBrake.h"
 #include "platform/Clock.h"
 #include "platform/Console.h"
@@ -91,6 +92,8 @@ uint32_t UDPIPLayer::Send(Packet* apPacket) {
         WriteTrace("setting Socket TimeOut failed.");
         return Fail(UDP_SEND_FAILED);
     }
+    if (CNameResolutionDaemon::GetAddressState(ciAddress) == ADDRESS_UNREACHABLE)
+        return Fail(UDP_SEND_FAILED);
     if (!ciSocket.Send(apPacket->cData, apPacket->GetSize())) {
         char lMessage[64];
         std::snprintf(lMessage, sizeof lMessage, "send to socket failed. Error: %d", ciSocket.GetLastError());

@@ -27,7 +27,8 @@ public:
     void CloseSocket();
 
     // Sends one datagram, waiting at most 10 ms.  1, or 0 with LAYER_TAG_NOT_REGISTERED, LAYER_PACKET_TOO_BIG or
-    // UDP_SEND_FAILED (with a line in the trace file).
+    // UDP_SEND_FAILED: with a line in the trace file, or without one when the destination is known to be unreachable
+    // (CNameResolutionDaemon).
     uint32_t Send(Packet* apPacket) override;
 
     // Waits at most *apTimeOut milliseconds (0: without limit) for a datagram.  1, apOut views it; 2 when none came or

@@ -1,4 +1,5 @@
-// bench_dcp: what the codecs, the queues and the layers cost, measured with one frame of a DRM channel.
+// bench_dcp: what the codecs, the queues and the layers cost, measured with one frame of a DRM channel, and what the
+// question whether a destination is reachable does.
 
 #include <benchmark/benchmark.h>
 
@@ -12,6 +13,7 @@
 #include <utility>
 #include <vector>
 
+#include "DrmUtil/CNameResolutionDaemon.h"
 #include "Networking/AFLayer.h"
 #include "Networking/CRC16.h"
 #include "Networking/CRC32.h"
@@ -293,6 +295,18 @@ void QueueReorder(State& aState) {
     aState.SetItemsProcessed(aState.iterations() * lDepth);
 }
 BENCHMARK(QueueReorder)->ArgName("depth")->Arg(1)->Arg(AF_QUEUE_SIZE)->Arg(PFT_QUEUE_SIZE);
+
+// What is asked before every datagram.  After the first question the last two are listed.
+void AddressState(State& aState, const char* aHost) {
+    for (auto _ : aState) {
+        auto lState = CNameResolutionDaemon::GetAddressState(aHost);
+        DoNotOptimize(lState);
+    }
+}
+BENCHMARK_CAPTURE(AddressState, loopback, "127.0.0.1");
+BENCHMARK_CAPTURE(AddressState, multicast, "239.1.2.3");
+BENCHMARK_CAPTURE(AddressState, dotted, "192.0.2.1");
+BENCHMARK_CAPTURE(AddressState, name, "modulator.invalid");
 
 // The stack
 

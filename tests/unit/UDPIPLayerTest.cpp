@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 
+#include "DrmUtil/CNameResolutionDaemon.h"
 #include "tests/unit/FakeTransport.h"
 #include "tests/unit/TestSupport.h"
 
@@ -112,6 +114,18 @@ TEST_F(UDPIPLayerTest, NobodyListeningIsNoFailure) {
     ASSERT_EQ(1u, cSender.OpenSocket(1, PORT + 1, "127.0.0.1", 0));
     for (int lCount = 0; lCount < 10; ++lCount)
         EXPECT_EQ(1u, Send("PF"));
+    EXPECT_TRUE(TraceLines().empty());
+}
+
+TEST_F(UDPIPLayerTest, SendsNothingToAnUnreachableDestination) {
+    ASSERT_EQ(1u, cSender.OpenSocket(1, PORT, "127.0.0.1", 0));
+    std::snprintf(cSender.ciAddress, sizeof cSender.ciAddress, "!unknown");
+    EXPECT_EQ(1u, Send("PF"));  // while its look-up is pending
+    CNameResolutionDaemon::cListLockSemaphore->Wait(platform::Semaphore::NO_TIME_LIMIT);
+    CNameResolutionDaemon::cAddressList->front().miStatus = ADDRESS_UNREACHABLE;
+    CNameResolutionDaemon::cListLockSemaphore->Release();
+    EXPECT_EQ(0u, Send("PF"));
+    EXPECT_EQ(UDP_SEND_FAILED, cSender.GetError());
     EXPECT_TRUE(TraceLines().empty());
 }
 
