@@ -31,6 +31,9 @@ uint32_t FileLayer::Open(const char* apPath, bool aWrite, uint32_t aLimit) {
     Close();
     ciFileSize = 0;
     ciReadOffset = 0;
+    ciAtEnd = false;
+    ciSkippedRecords = 0;
+    ciCutOff = false;
     if (aWrite) {
         ciRecordLimit = aLimit;
         ciRecordCount = 0;
@@ -79,15 +82,30 @@ void FileLayer::Close() {
 }
 
 uint32_t FileLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {
-    if (*apTimeOut != 0)
+    if (*apTimeOut != 0 && !ciOnePass)
         platform::Sleep(*apTimeOut);
     *apTimeOut = 0;
-    const uint32_t lResult = FindPacket();
+    const uint32_t lResult = ciOnePass ? FindPacketOnce() : FindPacket();
     if (lResult == 1)
         apOut->Share(ciPacket.get());
-    else
+    else if (!ciOnePass)
         *apTimeOut = RETRY_DELAY;
     return lResult;
+}
+
+uint32_t FileLayer::FindPacketOnce() {
+    while (!ciCutOff && ciReadOffset + RECORD_HEADER_SIZE <= ciFileSize) {
+        const Scan lScan = ScanRecord();
+        if (lScan == Scan::FOUND)
+            return 1;
+        if (lScan == Scan::SKIPPED)
+            ++ciSkippedRecords;
+        ciCutOff = lScan == Scan::CUT_OFF;
+    }
+    ciCutOff = ciCutOff || ciReadOffset < ciFileSize;  // what is left is too short for a record
+    ciAtEnd = true;
+    ciError = FILE_END;
+    return 2;
 }
 
 uint32_t FileLayer::FindPacket() {

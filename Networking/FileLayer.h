@@ -35,6 +35,9 @@ public:
     // without a code when a whole pass finds nothing, and with a line on the console when the file is too short for a
     // record or its first record is cut off.
     // After 0 and 2 *apTimeOut is RETRY_DELAY, so that a caller who asks again does not spin.
+    //
+    // With ciOnePass it does not sleep, and at the end of the recording, also at a record that is cut off there, gives
+    // 2 with FILE_END and sets ciAtEnd.
     uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) override;
 
     std::FILE* ciFile = nullptr;  // while recording
@@ -49,11 +52,16 @@ public:
     uint64_t ciReadOffset = 0;  // of the next record; beyond the end after a record that claims to be longer
     std::unique_ptr<unsigned char[]> ciImage;  // ciFileSize bytes
 
+    bool ciOnePass = false;         // read the recording once; to be set between Open and Receive
+    uint32_t ciSkippedRecords = 0;  // in that pass: of another form or protocol, or too long
+    bool ciCutOff = false;          // the recording ends in the middle of a record
+
 private:
     enum class Scan { FOUND, SKIPPED, CUT_OFF };
 
     uint32_t ReadImage(std::FILE* apFile);
     uint32_t FindPacket();
+    uint32_t FindPacketOnce();
     Scan ScanRecord();
     bool FindPacketStart(uint64_t aStart, uint64_t* apPacketSize);
     uint32_t WriteRecord(const Packet& aPacket);

@@ -46,6 +46,7 @@ public:
     std::atomic<uint32_t> ciError = 0;  // the last code; a task writes it, the application may fetch it
     uint32_t ciState = 0;               // the subclass's
     Layer* ciLowerLayer = nullptr;
+    bool ciAtEnd = false;  // a transport has come to the end of what there is: the layers above wait for nothing more
     uint16_t ciTagCount = 0;
     const char* ciTags[LAYER_MAX_TAGS] = {};
 

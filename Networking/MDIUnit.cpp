@@ -60,18 +60,18 @@ uint32_t MDIUnit::Parse() {
     cRecorded = cData;
     for (uint32_t lItem = PTR; lItem < ITEM_COUNT; ++lItem) {
         if (lItem == TIST && !HasAnyStream())
-            return Fail(MDI_ITEM_MISSING);
+            return FailToParse(STREAM, MDI_ITEM_MISSING);
         const Rule& lRule = RuleOf(lItem);
         unsigned char* lpItem;
         if (FindItem(lRule.mName, &lpItem) == 0) {
             cRecords[lItem] = Record();
             if (lRule.mRequired)
-                return Fail(MDI_ITEM_MISSING);
+                return FailToParse(lItem, MDI_ITEM_MISSING);
             continue;
         }
         const uint32_t lBits = ReadU32(lpItem + 4);
         if (lRule.mBits != ANY_LENGTH && lRule.mBits != lBits)
-            return Fail(MDI_WRONG_LENGTH);
+            return FailToParse(lItem, MDI_WRONG_LENGTH);
         cRecords[lItem] = {true, OffsetOf(lpItem) + TAG_ITEM_HEADER_SIZE, lBits};
     }
     return 1;
@@ -166,6 +166,11 @@ bool MDIUnit::HasAll() const {
 uint32_t MDIUnit::Fail(uint32_t aCode) {
     cError = aCode;
     return 0;
+}
+
+uint32_t MDIUnit::FailToParse(uint32_t aItem, uint32_t aCode) {
+    cFaultyItem = RuleOf(aItem).mName;
+    return Fail(aCode);
 }
 
 uint32_t MDIUnit::GetValue(uint32_t aItem, uint32_t* apBits, unsigned char* apOut) const {

@@ -30,6 +30,8 @@ public:
     // past the end is missing.  0 with MDI_ITEM_MISSING or MDI_WRONG_LENGTH.  A unit that has all items, sdc_ among
     // them, from the setters or an earlier Parse at the same place is valid at once: take a new one for new bytes.
     uint32_t Parse() override;
+    // The item that the last Parse to fail was about; of missing streams the first.  Null before.
+    const char* GetFaultyItem() const { return cFaultyItem; }
 
     // Copy an item's value, for those of any length its bits too.  0 with the outputs untouched when it is not there.
     // The room that an output needs is at most the size of the unit.
@@ -68,9 +70,11 @@ private:
     bool HasAnyStream() const;
     bool HasAll() const;  // what Parse requires, and sdc_
     uint32_t Fail(uint32_t aCode);
+    uint32_t FailToParse(uint32_t aItem, uint32_t aCode);
     uint32_t GetValue(uint32_t aItem, uint32_t* apBits, unsigned char* apOut) const;
     uint32_t AddItem(uint32_t aItem, uint32_t aBits, const unsigned char* apValue);
 
     std::array<Record, ITEM_COUNT> cRecords;
     const unsigned char* cRecorded;  // the cData that the records are about
+    const char* cFaultyItem = nullptr;
 };

@@ -129,7 +129,7 @@ PFTLayer::Outcome PFTLayer::WaitFirst(uint32_t* apTimeOut) {
             cBrake.Useless(RetryBrake::REPORTED, apTimeOut);
             break;
         default:  // a time-out
-            break;
+            return ciLowerLayer->ciAtEnd ? Outcome::TIMED_OUT : Outcome::GO_ON;
     }
     return Outcome::GO_ON;
 }

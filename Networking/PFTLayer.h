@@ -63,7 +63,8 @@ public:
     uint32_t Send(Packet* apPacket) override;
 
     // 1 a packet; 2 the layer below timed out; 0 a packet was lost, without a code.  Does not return while it waits
-    // for a first fragment, at the start and after 0 and 2.  What fails meanwhile is traced as the assertion "0".
+    // for a first fragment, at the start and after 0 and 2, unless the layer below is at its end (2).  What fails
+    // meanwhile is traced as the assertion "0".
     uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) override;
 
     // The steps of Receive.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdio>
+
 // The console: printf-style output that is written through at once, and single keys without echo.
 //
 // Keys come from the terminal when standard input is one: it is switched to unbuffered input without echo at the first
@@ -18,6 +20,13 @@ void SecureStandardHandles();
 
 // The same to the error stream, and never mixed with Print's text where both are one terminal.
 [[gnu::format(printf, 1, 2)]] void PrintError(const char* aFormat, ...);
+
+// From now on Print and PrintError drop their text: for a program whose standard output is data and that has its own
+// words for what goes wrong.
+void SilencePrint();
+
+// Whether a standard stream is a terminal.
+bool IsTerminal(std::FILE* aStream);
 
 // Whether ReadKey would return a key at once.  False for ever once the input has ended.  One thread only, with ReadKey.
 bool KeyWaiting();

@@ -20,14 +20,6 @@ bool QuitKeyPressed() {
 
 }  // namespace
 
-bool SuperFrameOrder::Accept(int aIdentity) {
-    const int lPositionOfFrame = aIdentity % 3;
-    if (lPositionOfFrame != cPosition)
-        return false;
-    cPosition = (cPosition + 1) % 3;
-    return true;
-}
-
 uint32_t Pacer::NextWait(uint32_t aNow) {
     const auto lWait = static_cast<int32_t>(cStarted ? cLastTick + 2 * FRAME_TIME - aNow : FRAME_TIME);
     cStarted = true;

@@ -4,16 +4,7 @@
 
 #include "Networking/DRMNetworkInterface.h"
 #include "Networking/MDIUnit.h"
-
-// Keeps units in the order of the DRM super frame: its first frame has identity 0 or 3, then come 1 and 2.
-class SuperFrameOrder {
-public:
-    // Whether a frame of this identity (0 to 3) is the one expected; then the next one is.
-    bool Accept(int aIdentity);
-
-private:
-    int cPosition = 0;
-};
+#include "Networking/SuperFrameOrder.h"
 
 // The pace of one unit per 400 ms: two consecutive intervals add up to 800 ms, so that a late pass is made good by the
 // next.

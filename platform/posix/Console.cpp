@@ -43,7 +43,11 @@ void WriteOut(int aHandle, const char* aText, size_t aSize) {
     }
 }
 
+std::atomic<bool> sSilenced = false;
+
 void WriteFormatted(int aHandle, const char* aFormat, va_list aArguments) {
+    if (sSilenced)
+        return;
     char lBuffer[512];
     va_list lAgain;
     va_copy(lAgain, aArguments);
@@ -214,6 +218,14 @@ void PrintError(const char* aFormat, ...) {
     va_start(lArguments, aFormat);
     WriteFormatted(STDERR_FILENO, aFormat, lArguments);
     va_end(lArguments);
+}
+
+void SilencePrint() {
+    sSilenced = true;
+}
+
+bool IsTerminal(std::FILE* aStream) {
+    return isatty(fileno(aStream)) != 0;
 }
 
 bool KeyWaiting() {

@@ -113,6 +113,52 @@ TEST_F(FileLayerTest, PlaysWhatItCanAndNamesWhatItCannot) {
     }
 }
 
+TEST_F(FileLayerTest, ReadsARecordingOnceAndNamesItsFaults) {
+    const std::string lPadding(40, 'p');
+    const std::string A = Record("AF1" + lPadding);
+    const std::string B = Record("PF2" + lPadding, false);
+    const std::string JUNK = Item("junk", lPadding);
+    struct {
+        std::string mFile;
+        std::string mPackets;
+        uint32_t mSkipped;
+        bool mCutOff;
+    } const CASES[] = {
+        {A + B, "AF1 PF2 ", 0, false},
+        {JUNK + A + Record("XY" + lPadding) + B + Item("junk", 0xFFFFFFFF, ""), "AF1 PF2 ", 2, true},
+        {Record(std::string(4969, 'A')) + A + Item("junk", 0xFFFFFFFF, lPadding), "AF1 ", 2, false},
+        {A + B.substr(0, 40), "AF1 ", 0, true},
+        {A + B.substr(0, 31), "AF1 ", 0, true},
+        {A.substr(0, 40), "", 0, true},
+        {A.substr(0, 31), "", 0, true},
+        {"", "", 0, false},
+    };
+    for (const auto& lCase : CASES) {
+        SCOPED_TRACE(lCase.mFile.substr(0, 50));
+        WriteFile(lCase.mFile);
+        ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
+        cLayer.ciOnePass = true;
+        std::string lPackets;
+        Packet lOut(0);
+        uint32_t lTimeOut = 1u << 31;  // is not slept
+        uint32_t lResult = 1;
+        while ((lResult = cLayer.Receive(&lOut, &lTimeOut, 0)) == 1) {
+            EXPECT_FALSE(cLayer.ciAtEnd);
+            lPackets += BytesOf(lOut).substr(0, 3) + " ";
+        }
+        for (int lAgain = 0; lAgain < 2; ++lAgain) {
+            EXPECT_EQ(2u, lResult);
+            EXPECT_EQ(FILE_END, cLayer.GetError());
+            EXPECT_EQ(0u, lTimeOut);
+            EXPECT_TRUE(cLayer.ciAtEnd);
+            lResult = cLayer.Receive(&lOut, &lTimeOut, 0);
+        }
+        EXPECT_EQ(lCase.mPackets, lPackets);
+        EXPECT_EQ(lCase.mSkipped, cLayer.ciSkippedRecords);
+        EXPECT_EQ(lCase.mCutOff, cLayer.ciCutOff);
+    }
+}
+
 TEST_F(FileLayerTest, OpensUpToItsLimit) {
     struct {
         size_t mSize;

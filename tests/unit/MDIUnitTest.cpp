@@ -124,11 +124,12 @@ std::string Instead(const std::string& aItem, const std::string& aOther) {
     return lBytes.replace(lBytes.find(aItem), aItem.size(), aOther);
 }
 
-// Parses with this code, 0 for success.
-void ExpectParse(uint32_t aError, const std::string& aBytes) {
+// Parses with this code, 0 for success, and for this item.
+void ExpectParse(uint32_t aError, const std::string& aBytes, const std::string& aItem = "") {
     Unit lUnit(aBytes);
     EXPECT_EQ(aError == 0 ? 1u : 0u, lUnit.Parse()) << aBytes;
     EXPECT_EQ(aError, lUnit.GetError()) << aBytes;
+    EXPECT_TRUE(aItem.empty() || aItem == lUnit.GetFaultyItem()) << aItem;
 }
 
 TEST(MDIUnitTest, ChecksItems) {
@@ -136,14 +137,14 @@ TEST(MDIUnitTest, ChecksItems) {
     ExpectParse(0, Instead(STR2, Item("what", 3, "x") + Item("str0", 0, "")));
     ExpectParse(0, Instead(FAC, FAC + Item("fac_", 8, "x")));  // the first counts
     for (const std::string& lItem : {PTR, DLFC, FAC, SDCI, ROBM, STR2})
-        ExpectParse(MDI_ITEM_MISSING, Instead(lItem, ""));
+        ExpectParse(MDI_ITEM_MISSING, Instead(lItem, ""), lItem == STR2 ? "str0" : lItem.substr(0, 4));
     const std::string lTist = Item("tist", 32, "TIST");
     ExpectParse(MDI_ITEM_MISSING, Instead(STR2, lTist));
-    ExpectParse(MDI_WRONG_LENGTH, Instead(STR2, STR2 + lTist));
+    ExpectParse(MDI_WRONG_LENGTH, Instead(STR2, STR2 + lTist), "tist");
     ExpectParse(MDI_WRONG_LENGTH, Instead(PTR, Item("*ptr", 32, "DMDI")));
     ExpectParse(MDI_WRONG_LENGTH, Instead(DLFC, Item("dlfc", 31, "\1\2\3\4")));
     ExpectParse(MDI_WRONG_LENGTH, Instead(FAC, Item("fac_", 80, "FACvalue90")));
-    ExpectParse(MDI_WRONG_LENGTH, Instead(ROBM, Item("robm", 16, "\1\1")));
+    ExpectParse(MDI_WRONG_LENGTH, Instead(ROBM, Item("robm", 16, "\1\1")), "robm");
 }
 
 TEST(MDIUnitTest, NeverReadsPastACutUnit) {

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -20,6 +21,7 @@ TEST(SuperFrameOrderTest, KeepsTheOrder) {
         for (const char* lpIdentity = lCase.mIdentities; *lpIdentity != '\0'; ++lpIdentity)
             lAccepted += lOrder.Accept(*lpIdentity - '0') ? 'y' : 'n';
         EXPECT_EQ(lCase.mAccepted, lAccepted) << lCase.mIdentities;
+        EXPECT_EQ(std::count(lAccepted.begin(), lAccepted.end(), 'y') % 3 == 0, lOrder.AtBoundary());
     }
 }
 
