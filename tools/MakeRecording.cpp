@@ -3,6 +3,10 @@
 #include "tools/MdiFrames.h"
 
 bool MakeRecording(const MdiMakeOptions& aOptions, std::vector<unsigned char>* apRecording, std::string* apError) {
+    if (!ModeExists(aOptions.mMode)) {
+        *apError = "robustness modes C and D have occupancies 3 and 5 (10 and 20 kHz) only";
+        return false;
+    }
     Multiplex lMultiplex;
     if (!MakeMultiplex(aOptions.mMode, aOptions.mStreams, &lMultiplex, apError)) {
         return false;

@@ -1,19 +1,15 @@
-// mdi-make: writes a recording of a synthetic DRM transmission.  Exit status 0; 1 when the file cannot be written; 2
-// for bad usage.
+// mdi-make: writes a recording of a synthetic DRM transmission.
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "tools/MakeRecording.h"
 #include "tools/MdiMakeOptions.h"
 
 namespace {
-
-int Fail(int aStatus, const std::string& aError) {
-    std::fprintf(stderr, "mdi-make: %s\n", aError.c_str());
-    return aStatus;
-}
 
 bool WriteFile(const std::string& aPath, const std::vector<unsigned char>& aBytes) {
     std::FILE* lpFile = std::fopen(aPath.c_str(), "wb");
@@ -28,22 +24,20 @@ bool WriteFile(const std::string& aPath, const std::vector<unsigned char>& aByte
 
 int main(int argc, char** argv) {
     MdiMakeOptions lOptions;
-    std::string lError;
-    if (!ParseOptions(std::vector<std::string>(argv + (argc > 0 ? 1 : 0), argv + argc), &lOptions, &lError)) {
-        return Fail(2, lError);
-    }
-    if (lOptions.mHelp) {
-        std::fputs(OptionsHelp().c_str(), stdout);
-        return 0;
+    CommandLine lLine = MdiMakeCommandLine(&lOptions);
+    if (const auto lStatus = lLine.Read(argc, argv)) {
+        return *lStatus;
     }
     std::vector<unsigned char> lRecording;
+    std::string lError;
     if (!MakeRecording(lOptions, &lRecording, &lError)) {
-        return Fail(2, lError);
+        return lLine.Fail(STATUS_USAGE, lError);
     }
-    if (!WriteFile(lOptions.mOutput, lRecording)) {
-        return Fail(1, "cannot write " + lOptions.mOutput + ": " + std::strerror(errno));
+    const std::string& lOutput = lLine.GetOperand(0);
+    if (!WriteFile(lOutput, lRecording)) {
+        return lLine.Fail(STATUS_FAILED, "cannot write " + lOutput + ": " + std::strerror(errno));
     }
-    std::printf("%s: %u frames, %zu bytes\n", lOptions.mOutput.c_str(), static_cast<unsigned>(lOptions.mFrames),
+    std::printf("%s: %u frames, %zu bytes\n", lOutput.c_str(), static_cast<unsigned>(lOptions.mFrames),
                 lRecording.size());
-    return 0;
+    return STATUS_DONE;
 }

@@ -47,7 +47,8 @@ Bytes Make(const std::string& aArguments, const std::string& aError = "") {
     MdiMakeOptions lOptions;
     std::vector<unsigned char> lRecording;
     std::string lError;
-    const bool lMade = ParseOptions(lWords, &lOptions, &lError) && MakeRecording(lOptions, &lRecording, &lError);
+    const bool lMade =
+        MdiMakeCommandLine(&lOptions).Parse(lWords, &lError) && MakeRecording(lOptions, &lRecording, &lError);
     EXPECT_EQ(aError, lMade ? "" : lError) << aArguments;
     return Bytes(lRecording.begin(), lRecording.end());
 }
@@ -191,10 +192,24 @@ TEST(MdiMakeTest, FillsARecordingUpToItsLimit) {
     EXPECT_EQ(524288u, Make("a --mode=A --occupancy=5 --streams=508 --no-time --frames=768").size());
 }
 
+TEST(MdiMakeTest, TellsAboutItself) {
+    MdiMakeOptions lOptions;
+    std::string lError;
+    CommandLine lHelp = MdiMakeCommandLine(&lOptions);
+    EXPECT_TRUE(lHelp.Parse({"--frames=7", "--help"}, &lError));
+    EXPECT_EQ(7u, lOptions.mFrames);
+    EXPECT_EQ(0u, lHelp.GetInformation().find("usage: mdi-make [options] OUTPUT-FILE\n"));
+    for (const char* const lpPart : {"\n  --packets af|pft\n", "\n  --no-time\n", "\n  --help\n", "\n  --version\n"})
+        EXPECT_NE(std::string::npos, lHelp.GetInformation().find(lpPart)) << lpPart;
+    CommandLine lVersion = MdiMakeCommandLine(&lOptions);
+    EXPECT_TRUE(lVersion.Parse({"--version"}, &lError));
+    EXPECT_EQ("mdi-make " TESSAVOX_VERSION "\n", lVersion.GetInformation());
+}
+
 TEST(MdiMakeTest, RefusesWithAReason) {
     const std::pair<const char*, const char*> CASES[] = {
-        {"", "no output file; see --help"},
-        {"a b", "more than one output file: b"},
+        {"", "no OUTPUT-FILE; see --help"},
+        {"a b", "one argument too many: b; see --help"},
         {"a -c=red", "unknown option -c; see --help"},
         {"a --no-time=1", "--no-time takes no value"},
         {"a --frames", "--frames needs a value: 1..."},
