@@ -1,0 +1,240 @@
+// dcp-relay: takes units from one DCP address and sends them to another.
+
+#include <filesystem>
+#include <string>
+#include <system_error>
+
+#include "Networking/MDIUnit.h"
+#include "tools/CommandLine.h"
+#include "tools/DlfcWatch.h"
+#include "tools/FramePacer.h"
+#include "tools/Output.h"
+#include "tools/Progress.h"
+#include "tools/RelayStatistics.h"
+#include "tools/StatusText.h"
+#include "tools/Text.h"
+#include "tools/UnitSink.h"
+#include "tools/UnitSource.h"
+
+namespace {
+
+struct Options {
+    Protocol mProtocol = Protocol::MDI;
+    uint32_t mUnits = UINT32_MAX;
+    bool mRenumber = false;
+    bool mFast = false;
+    uint32_t mStatistics = 0;  // seconds; 0: at the end only
+    bool mJson = false;
+    uint32_t mInterface = 0;
+};
+
+constexpr char PURPOSE[] =
+    "Sends the units that FROM delivers to TO: records a network in a file, plays a file once, forwards between\n"
+    "networks.  Statistics go to standard output, at the end or more often.\n"
+    "FROM is dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT, where HOST may be any or a multicast group;\n"
+    "TO is dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0 with the limit of the recording in units.\n";
+
+std::vector<Option> OptionTable(Options* apOptions) {
+    return {
+        {"--protocol", "mdi|mci|sdi", "of the units (mdi)",
+         [apOptions](uint32_t aValue) { apOptions->mProtocol = static_cast<Protocol>(aValue); }},
+        {"--units", "1...", "end after so many units", [apOptions](uint32_t aValue) { apOptions->mUnits = aValue; }},
+        {"--renumber", nullptr, "number the units anew (dlfc), from 0 on; mdi only",
+         [apOptions](uint32_t) { apOptions->mRenumber = true; }},
+        {"--fast", nullptr, "units of a file as fast as TO takes them, not one per 400 ms",
+         [apOptions](uint32_t) { apOptions->mFast = true; }},
+        {"--stats", "1...86400", "statistics every so many seconds",
+         [apOptions](uint32_t aValue) { apOptions->mStatistics = aValue; }},
+        {"--json", nullptr, "statistics as one JSON object a line", [apOptions](uint32_t) { apOptions->mJson = true; }},
+        {"--interface", "0...", "number of the local interface on which a multicast group is joined (0)",
+         [apOptions](uint32_t aValue) { apOptions->mInterface = aValue; }},
+    };
+}
+
+// Of the statistics, in milliseconds; for ever when there are none before the end.
+uint64_t PeriodOf(const Options& aOptions) {
+    return aOptions.mStatistics > 0 ? uint64_t{1000} * aOptions.mStatistics : UINT64_MAX;
+}
+
+class Relay {
+public:
+    Relay(const CommandLine& aLine, const Options& aOptions) : cLine(aLine), cOptions(aOptions) {}
+
+    int Open();
+    int Run();
+
+private:
+    enum class Pass { GO_ON, END, FAILED };
+
+    Pass Take();
+    Pass Forward(MDIUnit& aUnit);
+    void Number(MDIUnit& aUnit);
+    void NoteDelivery(bool aDelivered);
+    void NoteSize();
+    void Report();
+    void Say(const std::string& aText);
+
+    const CommandLine& cLine;
+    const Options cOptions;
+    UnitSource cSource;
+    UnitSink cSink;
+    DlfcWatch cCounters;
+    FramePacer cPacer;
+    RelayStatistics cStatistics;
+    Progress cProgress;
+    FaultCounts cFaults;
+    uint32_t cNumber = 0;       // of the next unit that is numbered anew
+    uint64_t cUndelivered = 0;  // since TO last took a unit
+    bool cLongRecording = false;
+    uint64_t cNextLine = PeriodOf(cOptions);  // when statistics are due, in milliseconds from the start
+};
+
+int Relay::Open() {
+    const std::string& lFrom = cLine.GetOperand(0);
+    const std::string& lTo = cLine.GetOperand(1);
+    if (cOptions.mRenumber && cOptions.mProtocol != Protocol::MDI) {
+        return cLine.Fail(STATUS_USAGE, "--renumber is for mdi only");
+    }
+    DCPAddress lFromParts;
+    DCPAddress lToParts;
+    std::error_code lIgnored;
+    if (lFromParts.Parse(lFrom.c_str()) == 0 && lToParts.Parse(lTo.c_str()) == 0 &&
+        lFromParts.mTransport == TRANSPORT_FILE && lToParts.mTransport == TRANSPORT_FILE &&
+        std::filesystem::equivalent(lFromParts.mName, lToParts.mName, lIgnored)) {
+        return cLine.Fail(STATUS_USAGE, "FROM and TO are the same file");
+    }
+    std::string lError;
+    int lStatus = cSource.Open(lFrom, cOptions.mProtocol, cOptions.mInterface, &lError);
+    if (lStatus == STATUS_DONE) {
+        lStatus = cSink.Open(lTo, cOptions.mProtocol, &lError);
+    }
+    return lStatus == STATUS_DONE ? lStatus : cLine.Fail(lStatus, lError);
+}
+
+int Relay::Run() {
+    cSource.Start();
+    Pass lPass = Pass::GO_ON;
+    while (lPass == Pass::GO_ON && cStatistics.GetReceived() < cOptions.mUnits) {
+        lPass = Take();
+        Report();
+    }
+    cProgress.Clear();
+    PrintLine(cStatistics.Line(cOptions.mJson, true));
+    if (cFaults.HasLoss()) {
+        Say("FROM is damaged; mdi-dump tells where");
+    }
+    if (!OutputIsComplete()) {
+        return cLine.Fail(STATUS_FAILED, "standard output could not be written");
+    }
+    if (cSource.AtEnd() && cStatistics.GetReceived() == 0) {
+        return cLine.Fail(STATUS_FAILED, "there is no unit of this protocol in FROM");
+    }
+    return lPass == Pass::FAILED ? STATUS_FAILED : STATUS_DONE;
+}
+
+Relay::Pass Relay::Take() {
+    MDIUnit lUnit(0, 0, 0);  // of the other protocols it only views the bytes
+    const UnitSource::Result lResult = cSource.Receive(&lUnit);
+    cFaults.Add(cSource.GetFindings());
+    if (lResult == UnitSource::Result::LOST && cOptions.mProtocol != Protocol::MDI) {
+        cStatistics.Lost(1);  // of MDI the frame counters tell
+    }
+    if (lResult != UnitSource::Result::UNIT) {
+        return lResult == UnitSource::Result::END ? Pass::END : Pass::GO_ON;
+    }
+    cStatistics.Received();
+    if (cOptions.mProtocol == Protocol::MDI) {
+        Number(lUnit);
+    }
+    if (cSource.IsFile() && !cOptions.mFast) {
+        cPacer.Wait();
+    }
+    return Forward(lUnit);
+}
+
+// Counts the units that are missing before this one, and renumbers it.  One without a counter stays as it is.
+void Relay::Number(MDIUnit& aUnit) {
+    aUnit.Parse();
+    uint32_t lDlfc = 0;
+    if (aUnit.GetDlfc(&lDlfc) != 1) {
+        return;
+    }
+    const uint64_t lLostBefore = cCounters.GetLost();
+    cCounters.Follow(lDlfc);
+    cStatistics.Lost(cCounters.GetLost() - lLostBefore);
+    if (cOptions.mRenumber) {
+        aUnit.SetDlfc(cNumber++, true);
+    }
+}
+
+Relay::Pass Relay::Forward(MDIUnit& aUnit) {
+    switch (cSink.Send(&aUnit)) {
+        case UnitSink::Result::SENT:
+            cStatistics.Sent(aUnit.GetSize());
+            NoteDelivery(true);
+            NoteSize();
+            if (!cSink.IsFull()) {
+                return Pass::GO_ON;
+            }
+            break;
+        case UnitSink::Result::LOST:
+            cStatistics.Lost(1);
+            NoteDelivery(false);
+            return Pass::GO_ON;
+        case UnitSink::Result::FAILED:
+            cStatistics.Lost(1);
+            Say("TO: " + StatusText(cSink.GetCode()));
+            return Pass::FAILED;
+        case UnitSink::Result::FULL:
+            break;
+    }
+    Say("the recording has reached its limit");
+    return Pass::END;
+}
+
+// Says it once when TO begins to refuse units, and once when it takes them again.
+void Relay::NoteDelivery(bool aDelivered) {
+    if (!aDelivered && cUndelivered++ == 0) {
+        Say("units are lost: " + StatusText(cSink.GetCode()));
+    } else if (aDelivered && cUndelivered > 0) {
+        Say("units go out again; " + Count(cUndelivered, "unit") + " lost");
+        cUndelivered = 0;
+    }
+}
+
+void Relay::NoteSize() {
+    if (!cLongRecording && cSink.GetRecordedBytes() > FILE_MAX_SIZE) {
+        cLongRecording = true;
+        Say("the recording has passed the " + std::to_string(FILE_MAX_SIZE) + " bytes that the player takes");
+    }
+}
+
+void Relay::Report() {
+    if (cStatistics.Elapsed() >= cNextLine) {
+        cNextLine += PeriodOf(cOptions);
+        cProgress.Clear();
+        PrintLine(cStatistics.Line(cOptions.mJson, false));
+    }
+    if (cProgress.IsDue()) {
+        cProgress.Show(cStatistics.Short());
+    }
+}
+
+void Relay::Say(const std::string& aText) {
+    cProgress.Clear();
+    cLine.Say(aText);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    PrepareTool();
+    Options lOptions;
+    CommandLine lLine("dcp-relay", {"FROM", "TO"}, PURPOSE, OptionTable(&lOptions));
+    if (const auto lStatus = lLine.Read(argc, argv)) {
+        return *lStatus;
+    }
+    Relay lRelay(lLine, lOptions);
+    const int lStatus = lRelay.Open();
+    return lStatus == STATUS_DONE ? lRelay.Run() : lStatus;
+}

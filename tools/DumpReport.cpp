@@ -1,0 +1,200 @@
+#include "tools/DumpReport.h"
+
+#include <cstdio>
+#include <optional>
+#include <utility>
+
+#include "platform/Clock.h"
+#include "platform/Console.h"
+#include "tools/Output.h"
+#include "tools/Text.h"
+
+namespace {
+
+constexpr size_t ITEM_START = 16;  // bytes of an item that are shown
+
+std::string JoinedFindings(const Findings& aFindings) {
+    std::string lText;
+    for (const Finding& lFinding : aFindings) {
+        lText += (lText.empty() ? "" : "; ") + FindingText(lFinding);
+    }
+    return lText;
+}
+
+std::string JsonFindings(const Findings& aFindings) {
+    return JsonArray(aFindings, [](const Finding& aFinding) { return JsonText(FindingText(aFinding)); });
+}
+
+std::vector<size_t> StreamSizes(const std::vector<ItemView>& aItems) {
+    std::vector<size_t> lSizes;
+    for (const ItemView& lItem : aItems) {
+        if (lItem.mName.starts_with("str")) {
+            lSizes.push_back(lItem.mValue.size());
+        }
+    }
+    return lSizes;
+}
+
+// In the super frame, from 1 on.
+int Position(int aIdentity) {
+    return aIdentity % SUPER_FRAME_FRAMES + 1;
+}
+
+std::string ClockText(const platform::CalendarTime& aTime) {
+    const platform::LocalTime lLocal = platform::ToLocalTime(aTime.mSeconds);
+    char lText[48];
+    std::snprintf(lText, sizeof lText, "%02d:%02d:%02d.%03u", lLocal.mHour, lLocal.mMinute, lLocal.mSecond,
+                  static_cast<unsigned>(aTime.mMilliseconds));
+    return lText;
+}
+
+}  // namespace
+
+struct DumpReport::Arrival {
+    platform::CalendarTime mTime;
+    std::optional<uint32_t> mInterval;  // milliseconds since the unit before
+};
+
+DumpReport::Arrival DumpReport::NoteArrival() {
+    const uint32_t lNow = platform::TickCount();
+    Arrival lArrival = {platform::CalendarNow(), std::nullopt};
+    if (cUnits > 0) {
+        lArrival.mInterval = lNow - cLastTick;
+        cIntervals.Add(*lArrival.mInterval);
+    }
+    cLastTick = lNow;
+    return lArrival;
+}
+
+void DumpReport::Unit(const UnitFacts& aFacts) {
+    const Arrival lArrival = NoteArrival();
+    ++cUnits;
+    cBytes += aFacts.mBytes;
+    cFaults.Add(aFacts.mFindings);
+    cForm.mJson ? PrintJson(aFacts, lArrival) : PrintText(aFacts, lArrival);
+    ShowProgress();
+}
+
+void DumpReport::Other(const Findings& aFindings) {
+    if (aFindings.empty()) {
+        return;
+    }
+    cFaults.Add(aFindings);
+    PrintLine(cForm.mJson ? JsonObject().Put("type", "fault").PutJson("faults", JsonFindings(aFindings)).GetText()
+                          : "  ! " + JoinedFindings(aFindings));
+}
+
+// Only beside output that goes elsewhere: on a terminal the units are progress enough.
+void DumpReport::ShowProgress() {
+    if (cProgress.IsDue() && !platform::IsTerminal(stdout)) {
+        cProgress.Show(Count(cUnits, "unit") + (IsSound() ? "" : ", with faults"));
+    }
+}
+
+void DumpReport::PrintText(const UnitFacts& aFacts, const Arrival& aArrival) const {
+    std::string lLine;
+    if (cForm.mTimes) {
+        char lInterval[32];
+        std::snprintf(lInterval, sizeof lInterval, "%+6d ms  ", static_cast<int>(aArrival.mInterval.value_or(0)));
+        lLine = ClockText(aArrival.mTime) + lInterval;
+    }
+    lLine += "dlfc " + (aFacts.mDlfc ? std::to_string(*aFacts.mDlfc) : "-") + "  frame ";
+    lLine += aFacts.mIdentity ? std::to_string(Position(*aFacts.mIdentity)) + "/3 (identity " +
+                                    std::to_string(*aFacts.mIdentity) + ")"
+                              : "-";
+    lLine += "  " + Count(aFacts.mBytes, "byte") + "  streams";
+    for (const size_t lSize : StreamSizes(aFacts.mItems)) {
+        lLine += " " + std::to_string(lSize);
+    }
+    PrintLine(aFacts.mFindings.empty() ? lLine : lLine + "  ! " + JoinedFindings(aFacts.mFindings));
+    if (!cForm.mVerbose) {
+        return;
+    }
+    for (const ItemView& lItem : aFacts.mItems) {
+        PrintLine("    " + Printable(lItem.mName) + "  " + Count(lItem.mBits, "bit") + "  " +
+                  Hex(lItem.mValue.substr(0, ITEM_START)) + (lItem.mValue.size() > ITEM_START ? "..." : ""));
+    }
+}
+
+void DumpReport::PrintJson(const UnitFacts& aFacts, const Arrival& aArrival) const {
+    JsonObject lLine;
+    lLine.Put("type", "unit").Put("unit", cUnits);
+    if (cForm.mTimes) {
+        char lTime[48];
+        std::snprintf(lTime, sizeof lTime, "%lld.%03u", static_cast<long long>(aArrival.mTime.mSeconds),
+                      static_cast<unsigned>(aArrival.mTime.mMilliseconds));
+        lLine.PutJson("time", lTime);
+        lLine.PutJson("interval_ms", aArrival.mInterval ? std::to_string(*aArrival.mInterval) : "null");
+    }
+    lLine.PutJson("dlfc", aFacts.mDlfc ? std::to_string(*aFacts.mDlfc) : "null");
+    lLine.PutJson("identity", aFacts.mIdentity ? std::to_string(*aFacts.mIdentity) : "null");
+    lLine.PutJson("position", aFacts.mIdentity ? std::to_string(Position(*aFacts.mIdentity)) : "null");
+    lLine.Put("bytes", aFacts.mBytes);
+    lLine.PutJson("streams", JsonArray(StreamSizes(aFacts.mItems), [](size_t aSize) { return std::to_string(aSize); }));
+    lLine.PutJson("faults", JsonFindings(aFacts.mFindings));
+    if (cForm.mVerbose) {
+        lLine.PutJson("items", JsonArray(aFacts.mItems, [](const ItemView& aItem) {
+                          return JsonObject()
+                              .Put("name", aItem.mName)
+                              .Put("bits", aItem.mBits)
+                              .Put("start", Hex(aItem.mValue.substr(0, ITEM_START)))
+                              .GetText();
+                      }));
+    }
+    PrintLine(lLine.GetText());
+}
+
+void DumpReport::Summary(const UnitCheck& aCheck, bool aVerdict) {
+    cProgress.Clear();
+    if (aVerdict && cUnits == 0) {
+        Other({{FAULT_NO_UNIT, ""}});
+    } else if (aVerdict && !aCheck.AtBoundary()) {
+        Other({{FAULT_PARTIAL_END, "the player leaves out units when it begins anew"}});
+    }
+    cForm.mJson ? PrintJsonSummary(aCheck, aVerdict) : PrintTextSummary(aCheck, aVerdict);
+}
+
+void DumpReport::PrintTextSummary(const UnitCheck& aCheck, bool aVerdict) const {
+    const DlfcWatch& lCounters = aCheck.GetCounters();
+    PrintLine("\n" + Count(cUnits, "unit") + ", " + std::to_string(lCounters.GetLost()) + " lost, " +
+              std::to_string(lCounters.GetBack()) + " out of order, " + Count(cBytes, "byte"));
+    if (cForm.mTimes && cIntervals.GetTotal() > 0) {
+        PrintLine("intervals: median " + std::to_string(cIntervals.Percentile(50)) + " ms, 99 % within " +
+                  std::to_string(cIntervals.Percentile(99)) + " ms, longest " +
+                  std::to_string(cIntervals.GetMaximum()) + " ms");
+    }
+    if (!aCheck.GetMode().empty()) {
+        PrintLine("DRM mode: " + aCheck.GetMode());
+    }
+    for (const Fault lFault : cFaults.GetFound()) {
+        PrintLine((IsLoss(lFault) ? "fault: " : "remark: ") + std::to_string(cFaults.Get(lFault)) + " x " +
+                  FaultName(lFault));
+    }
+    if (aVerdict) {
+        PrintLine(IsSound() ? "The recording is sound." : "The recording is NOT sound.");
+    }
+}
+
+void DumpReport::PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict) const {
+    const DlfcWatch& lCounters = aCheck.GetCounters();
+    JsonObject lSummary;
+    lSummary.Put("type", "summary").Put("units", cUnits).Put("lost", lCounters.GetLost());
+    lSummary.Put("out_of_order", lCounters.GetBack()).Put("bytes", cBytes);
+    if (cForm.mTimes) {
+        lSummary.PutJson("interval_ms", JsonObject()
+                                            .Put("p50", cIntervals.Percentile(50))
+                                            .Put("p99", cIntervals.Percentile(99))
+                                            .Put("max", cIntervals.GetMaximum())
+                                            .GetText());
+    }
+    lSummary.Put("drm_mode", aCheck.GetMode());
+    JsonObject lFaults;
+    for (const Fault lFault : cFaults.GetFound()) {
+        lFaults.Put(FaultName(lFault), cFaults.Get(lFault));
+    }
+    lSummary.PutJson("faults", lFaults.GetText());
+    if (aVerdict) {
+        lSummary.Put("sound", IsSound());
+    }
+    PrintLine(lSummary.GetText());
+}

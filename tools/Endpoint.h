@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "Networking/DRMNetworkInterface.h"
+
+enum class Protocol : uint32_t { MDI, MCI, SDI };
+
+constexpr uint32_t RECEIVING = 0;
+constexpr uint32_t SENDING = 1;
+
+// An endpoint whose stack the tool may also work itself, without a task.
+class ToolEndpoint : public DRMNetworkInterface {
+public:
+    using DRMNetworkInterface::DRMNetworkInterface;
+    ~ToolEndpoint() override {
+        if (ciState == STATE_OPEN) {
+            ciState = STATE_CLOSED;  // Close would report that there is no task to suspend; the layers go all the same
+        }
+        CloseIfOpen();
+    }
+};
+
+// Opens a new endpoint on an address, for one protocol.  STATUS_DONE, or the exit status of the tool with a reason of
+// one line in *apError.
+int OpenEndpoint(ToolEndpoint& aEndpoint, const std::string& aAddress, Protocol aProtocol, uint32_t aLocalInterface,
+                 std::string* apError);

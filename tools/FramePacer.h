@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+#include "platform/Clock.h"
+
+// The pace of one unit per 400 ms, without drift: unit n is due n frames after the first one.
+class FramePacer {
+public:
+    // Waits until the next unit is due; the first one is at once.  After a delay of more than two frames the pace
+    // begins anew: what was missed is not sent in a burst.
+    void Wait() {
+        if (!cStarted) {
+            cStarted = true;
+            platform::Sleep(1);  // to the beginning of a tick, where all later units go out
+            cDue = platform::TickCount();
+            return;
+        }
+        cDue += FRAME_TIME;
+        const auto lWait = static_cast<int32_t>(cDue - platform::TickCount());
+        if (lWait > 0) {
+            platform::Sleep(static_cast<uint32_t>(lWait));
+        } else if (lWait < -2 * static_cast<int32_t>(FRAME_TIME)) {
+            cDue -= static_cast<uint32_t>(lWait);
+        }
+    }
+
+private:
+    static constexpr uint32_t FRAME_TIME = 400;  // milliseconds
+
+    bool cStarted = false;
+    uint32_t cDue = 0;  // tick
+};

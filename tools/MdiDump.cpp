@@ -1,0 +1,74 @@
+// mdi-dump: shows the MDI units that an address delivers, and checks recordings.
+
+#include <string>
+
+#include "tools/CommandLine.h"
+#include "tools/DumpReport.h"
+#include "tools/Output.h"
+#include "tools/UnitSource.h"
+
+namespace {
+
+struct Options {
+    DumpReport::Form mForm;
+    uint32_t mUnits = UINT32_MAX;
+    uint32_t mInterface = 0;
+};
+
+constexpr char PURPOSE[] =
+    "Shows each MDI unit that ADDRESS delivers, what is wrong with it, and a summary at the end.  A recording is read\n"
+    "once, and the exit status says whether the player will play all of it: 0, or 1 when not.\n"
+    "ADDRESS is dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT, where HOST may be any or a multicast group.\n";
+
+std::vector<Option> OptionTable(Options* apOptions) {
+    return {
+        {"--verbose", nullptr, "all TAG items of each unit: name, bits, first bytes",
+         [apOptions](uint32_t) { apOptions->mForm.mVerbose = true; }},
+        {"--json", nullptr, "one JSON object a line, the last one the summary",
+         [apOptions](uint32_t) { apOptions->mForm.mJson = true; }},
+        {"--units", "1...", "end after so many units", [apOptions](uint32_t aValue) { apOptions->mUnits = aValue; }},
+        {"--interface", "0...", "number of the local interface on which a multicast group is joined (0)",
+         [apOptions](uint32_t aValue) { apOptions->mInterface = aValue; }},
+    };
+}
+
+void Dump(UnitSource& aSource, uint32_t aUnits, UnitCheck* apCheck, DumpReport* apReport) {
+    while (apReport->GetUnits() < aUnits) {
+        MDIUnit lUnit(0, 0, 0);
+        const UnitSource::Result lResult = aSource.Receive(&lUnit);
+        apReport->Other(aSource.GetFindings());
+        if (lResult == UnitSource::Result::END) {
+            return;
+        }
+        if (lResult == UnitSource::Result::UNIT) {
+            apReport->Unit(apCheck->Check(lUnit));
+        }
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    PrepareTool();
+    Options lOptions;
+    CommandLine lLine("mdi-dump", {"ADDRESS"}, PURPOSE, OptionTable(&lOptions));
+    if (const auto lStatus = lLine.Read(argc, argv)) {
+        return *lStatus;
+    }
+    UnitSource lSource;
+    std::string lError;
+    if (const int lStatus = lSource.Open(lLine.GetOperand(0), Protocol::MDI, lOptions.mInterface, &lError);
+        lStatus != STATUS_DONE) {
+        return lLine.Fail(lStatus, lError);
+    }
+    lOptions.mForm.mTimes = !lSource.IsFile();
+    DumpReport lReport(lOptions.mForm);
+    UnitCheck lCheck;
+    lSource.Start();
+    Dump(lSource, lOptions.mUnits, &lCheck, &lReport);
+    lReport.Summary(lCheck, lSource.AtEnd());
+    if (!OutputIsComplete()) {
+        return lLine.Fail(STATUS_FAILED, "standard output could not be written");
+    }
+    return lSource.IsFile() && !lReport.IsSound() ? STATUS_FAILED : STATUS_DONE;
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string>
+
+// What a tool does before anything else: standard output is for its data alone, and SIGINT and SIGTERM are remembered.
+void PrepareTool();
+
+// Writes a line to standard output, through to the reader.
+void PrintLine(const std::string& aLine);
+
+// Whether all of it could be written.
+bool OutputIsComplete();

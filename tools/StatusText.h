@@ -1,0 +1,7 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+// What a code of a layer or endpoint (Networking/StatusCodes.h) means to the user of a tool; 0 is "no reason given".
+std::string StatusText(uint32_t aCode);

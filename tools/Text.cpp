@@ -1,0 +1,59 @@
+#include "tools/Text.h"
+
+#include <cstdio>
+
+namespace {
+
+bool IsPrintable(char aCharacter) {
+    return aCharacter >= ' ' && aCharacter <= '~';
+}
+
+std::string Formatted(const char* aFormat, char aByte) {
+    char lText[8];
+    std::snprintf(lText, sizeof lText, aFormat, static_cast<unsigned char>(aByte));
+    return lText;
+}
+
+}  // namespace
+
+std::string Printable(std::string_view aBytes) {
+    std::string lText;
+    for (const char lByte : aBytes) {
+        lText += IsPrintable(lByte) ? std::string(1, lByte) : Formatted("\\x%02X", lByte);
+    }
+    return lText;
+}
+
+std::string JsonText(std::string_view aBytes) {
+    std::string lText = "\"";
+    for (const char lByte : aBytes) {
+        if (lByte == '"' || lByte == '\\') {
+            lText += '\\';
+        }
+        lText += IsPrintable(lByte) ? std::string(1, lByte) : Formatted("\\u%04x", lByte);
+    }
+    return lText + '"';
+}
+
+std::string Hex(std::string_view aBytes) {
+    std::string lText;
+    for (const char lByte : aBytes) {
+        lText += Formatted("%02x", lByte);
+    }
+    return lText;
+}
+
+std::string Decimal(double aValue, int aDigits) {
+    char lText[64];
+    std::snprintf(lText, sizeof lText, "%.*f", aDigits, aValue);
+    return lText;
+}
+
+std::string Count(uint64_t aCount, const std::string& aWord) {
+    return std::to_string(aCount) + " " + aWord + (aCount == 1 ? "" : "s");
+}
+
+JsonObject& JsonObject::PutJson(const char* aName, const std::string& aValue) {
+    cMembers += (cMembers.empty() ? "" : ",") + JsonText(aName) + ":" + aValue;
+    return *this;
+}

@@ -1,0 +1,92 @@
+#include "tools/UnitCheck.h"
+
+#include "Networking/ByteOrder.h"
+#include "Networking/CRC8.h"
+
+namespace {
+
+std::vector<ItemView> ItemsOf(const Packet& aUnit) {
+    const std::string_view lBytes(reinterpret_cast<const char*>(aUnit.cData), aUnit.ValidBytes());
+    std::vector<ItemView> lItems;
+    for (size_t lStart = 0; lBytes.size() - lStart >= TAG_ITEM_HEADER_SIZE;) {
+        const uint32_t lBits = ReadU32(aUnit.cData + lStart + 4);
+        const std::string_view lValue = lBytes.substr(lStart + TAG_ITEM_HEADER_SIZE, BytesOfBits(lBits));
+        lItems.push_back({lBytes.substr(lStart, 4), lBits, lValue});
+        lStart += TAG_ITEM_HEADER_SIZE + lValue.size();
+    }
+    return lItems;
+}
+
+std::string ModeText(const unsigned char (&aFac)[MDI_FAC_SIZE], unsigned char aRobustness) {
+    static const char* const OCCUPANCIES[] = {"4.5", "5", "9", "10", "18", "20"};
+    static const char* const MSC_MODES[] = {"64-QAM", "64-QAM hierarchical on I", "64-QAM hierarchical on I and Q",
+                                            "16-QAM"};
+    const unsigned lOccupancy = aFac[0] >> 1 & 15;
+    const std::string lWidth = lOccupancy < 6 ? OCCUPANCIES[lOccupancy] + std::string(" kHz")
+                                              : "unknown occupancy " + std::to_string(lOccupancy);
+    const std::string lRobustness =
+        aRobustness < 4 ? std::string(1, "ABCD"[aRobustness]) : "unknown robustness " + std::to_string(aRobustness);
+    return lRobustness + ", " + lWidth + ", SDC " + ((aFac[1] & 0x20) != 0 ? "4-QAM" : "16-QAM") + ", MSC " +
+           MSC_MODES[aFac[1] >> 6] + ", " + ((aFac[0] & 1) != 0 ? "short" : "long") + " interleaving";
+}
+
+}  // namespace
+
+UnitFacts UnitCheck::Check(MDIUnit& aUnit) {
+    UnitFacts lFacts;
+    lFacts.mBytes = aUnit.GetSize();
+    lFacts.mItems = ItemsOf(aUnit);
+    if (aUnit.Parse() != 1) {
+        const bool lMissing = aUnit.GetError() == MDI_ITEM_MISSING;
+        lFacts.mFindings.push_back({lMissing ? FAULT_ITEM_MISSING : FAULT_ITEM_LENGTH, aUnit.GetFaultyItem()});
+    }
+    uint32_t lDlfc = 0;
+    if (aUnit.GetDlfc(&lDlfc) == 1) {
+        lFacts.mDlfc = lDlfc;
+        CheckCounter(lDlfc, &lFacts.mFindings);
+    }
+    unsigned char lFac[MDI_FAC_SIZE];
+    if (aUnit.GetFac(lFac) == 1) {
+        CheckFac(lFac, &lFacts);
+        unsigned char lRobustness = 0;
+        if (aUnit.GetRobm(&lRobustness) == 1) {
+            CheckMode(ModeText(lFac, lRobustness), &lFacts.mFindings);
+        }
+    }
+    return lFacts;
+}
+
+void UnitCheck::CheckCounter(uint32_t aDlfc, Findings* apFindings) {
+    const std::string lExpected = std::to_string(cCounters.GetExpected());
+    const uint64_t lLostBefore = cCounters.GetLost();
+    switch (cCounters.Follow(aDlfc)) {
+        case DlfcWatch::Step::NEXT:
+            break;
+        case DlfcWatch::Step::GAP:
+            apFindings->push_back(
+                {FAULT_UNITS_LOST, "from dlfc " + lExpected + " on", cCounters.GetLost() - lLostBefore});
+            break;
+        case DlfcWatch::Step::BACK:
+        case DlfcWatch::Step::JUMP:
+            apFindings->push_back({FAULT_DLFC_JUMP, std::to_string(aDlfc) + ", not " + lExpected});
+            break;
+    }
+}
+
+void UnitCheck::CheckFac(const unsigned char (&aFac)[MDI_FAC_SIZE], UnitFacts* apFacts) {
+    static const CRC8 sCRC(0x1D, false);  // as in FacBuilder
+    if (sCRC.Compute(aFac, MDI_FAC_SIZE - 1) != aFac[MDI_FAC_SIZE - 1]) {
+        apFacts->mFindings.push_back({FAULT_FAC_CRC, ""});
+    }
+    apFacts->mIdentity = aFac[0] >> 5 & 3;
+    if (!cOrder.Accept(*apFacts->mIdentity)) {
+        apFacts->mFindings.push_back({FAULT_ORDER, "the player leaves it out"});
+    }
+}
+
+void UnitCheck::CheckMode(const std::string& aMode, Findings* apFindings) {
+    if (!cMode.empty() && aMode != cMode) {
+        apFindings->push_back({FAULT_MODE_CHANGE, aMode});
+    }
+    cMode = aMode;
+}

@@ -1,0 +1,34 @@
+#include "tools/UnitSink.h"
+
+#include <cstdio>
+
+#include "tools/CommandLine.h"
+
+int UnitSink::Open(const std::string& aAddress, Protocol aProtocol, std::string* apError) {
+    DCPAddress lParts;
+    if (lParts.Parse(aAddress.c_str()) == 0 && lParts.mTransport == TRANSPORT_FILE && lParts.mNumber == 0) {
+        *apError = aAddress + ": the first number is the limit of the recording in units, for example 9999";
+        return STATUS_USAGE;
+    }
+    return OpenEndpoint(cEndpoint, aAddress, aProtocol, 0, apError);
+}
+
+UnitSink::Result UnitSink::Send(Packet* apUnit) {
+    if (cEndpoint.ciLowerLayer->Send(apUnit) == 1) {
+        return Result::SENT;
+    }
+    cCode = cEndpoint.ciLowerLayer->GetError();
+    return cCode == FILE_END ? Result::FULL : cCode == FILE_WRITE_FAILED ? Result::FAILED : Result::LOST;
+}
+
+bool UnitSink::IsFull() const {
+    // The layer counts changes of the sequence number, which starts at the 0 that the layer starts from.
+    const FileLayer* const lpFile = cEndpoint.ciFileLayer.get();
+    return lpFile != nullptr && lpFile->ciRecordCount + 1 >= lpFile->ciRecordLimit;
+}
+
+uint64_t UnitSink::GetRecordedBytes() const {
+    const FileLayer* const lpFile = cEndpoint.ciFileLayer.get();
+    const long lSize = lpFile != nullptr && lpFile->ciFile != nullptr ? std::ftell(lpFile->ciFile) : 0;
+    return lSize > 0 ? static_cast<uint64_t>(lSize) : 0;
+}

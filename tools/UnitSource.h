@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "Networking/TAGPacket.h"
+#include "tools/Endpoint.h"
+#include "tools/Fault.h"
+#include "tools/RecordTap.h"
+
+// Where a tool takes units of one protocol from: a network, through the task of its endpoint, or a recording, which is
+// read once, as fast as it is asked for, by the calling thread.  One thread.
+class UnitSource {
+public:
+    enum class Result {
+        UNIT,
+        NOTHING,  // a network was silent for 100 ms
+        LOST,     // a packet of a recording gave no unit: see the findings
+        END       // of the recording; or the process is to end, and what had arrived was handed out
+    };
+
+    // A reason goes to *apError, as in OpenEndpoint.
+    int Open(const std::string& aAddress, Protocol aProtocol, uint32_t aLocalInterface, std::string* apError);
+
+    // From now on what arrives over a network is kept for Receive, ten units at most.
+    void Start();
+
+    // With UNIT apOut, a packet of capacity 0, views the unit until the next Receive.
+    Result Receive(Packet* apOut);
+
+    // What is wrong with the records that the last Receive read.
+    const Findings& GetFindings() const { return cFindings; }
+
+    bool IsFile() const { return cTap != nullptr; }
+    bool AtEnd() const { return IsFile() && cTap->ciAtEnd; }  // the whole recording was read
+
+private:
+    bool MustEnd();
+    Result ReceiveFromFile(Packet* apOut);
+    Result Lose(Fault aFault, const std::string& aDetail = "");
+    void NoteRecords();
+    void NoteEnd();
+    void NoteNew(Fault aFault, uint32_t aCount, uint32_t* apKnown, const std::string& aPlace);
+
+    ToolEndpoint cEndpoint{RECEIVING, DCP_NETWORK_TIMEOUT};
+    Findings cFindings;
+    bool cDraining = false;
+    uint32_t cLeft = 0;  // units to hand out yet, while draining
+
+    // Of a recording.
+    std::unique_ptr<RecordTap> cTap;
+    char cProtocol[5] = "";
+    TAGPacket cUnit{0};
+    uint32_t cPackets = 0;  // that gave a unit or a finding
+    uint32_t cSkippedRecords = 0;
+    uint32_t cDamagedFragments = 0;
+};
