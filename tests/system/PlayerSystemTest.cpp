@@ -11,6 +11,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -27,13 +28,6 @@ constexpr char BANNER[] =
     "**       VESTRAL Tessavox player        **\n"
     "******************************************\n\n";
 constexpr char STARTED[] = "\nStarting DRM player application. PRESS 'q' to quit.\n";
-
-std::vector<std::string> Records(const std::string& aRecording) {
-    std::vector<std::string> lRecords;
-    for (size_t lStart = 0; lStart < aRecording.size(); lStart += lRecords.back().size())
-        lRecords.push_back(aRecording.substr(lStart, aRecording.find("fio_", lStart + 4) - lStart));
-    return lRecords;
-}
 
 class PlayerSystemTest : public PlayerFixture {};
 

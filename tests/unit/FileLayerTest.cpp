@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -30,11 +29,6 @@ std::string Record(const std::string& aPacket, bool aTime = true) {
 
 void WriteFile(const std::string& aBytes) {
     std::ofstream("rec.mdi", std::ios::binary) << aBytes;
-}
-
-std::string ReadFile() {
-    std::ifstream lFile("rec.mdi", std::ios::binary);
-    return {std::istreambuf_iterator<char>(lFile), {}};
 }
 
 class FileLayerTest : public testing::Test {
@@ -216,11 +210,12 @@ TEST_F(FileLayerTest, RecordsUntilTheLimitIsCounted) {
     };
     const std::string lFirst("\0\0\0\0\x17\xD7\x84\0", 8);   // 0 s, 400,000,000 ns
     const std::string lSecond("\0\0\0\0\x2F\xAF\x08\0", 8);  // 0 s, 800,000,000 ns
-    EXPECT_EQ(lRecord(lFirst, lFragment(7)) + lRecord(lFirst, lFragment(7)) + lRecord(lSecond, lPacket(8)), ReadFile());
+    EXPECT_EQ(lRecord(lFirst, lFragment(7)) + lRecord(lFirst, lFragment(7)) + lRecord(lSecond, lPacket(8)),
+              ReadFile("rec.mdi"));
 
     ASSERT_EQ(1u, cLayer.Open("rec.mdi", true, 3));
     EXPECT_EQ(1u, SendPacket(lPacket(9)));  // the number last recorded: not counted again
-    EXPECT_EQ(lRecord(std::string(8, '\0'), lPacket(9)), ReadFile());
+    EXPECT_EQ(lRecord(std::string(8, '\0'), lPacket(9)), ReadFile("rec.mdi"));
     cLayer.Close();
     EXPECT_EQ(0u, SendPacket(lPacket(9)));
     EXPECT_EQ(FILE_WRITE_FAILED, cLayer.GetError());

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -47,6 +48,19 @@ private:
     std::filesystem::path cBefore;
     std::filesystem::path cPath;
 };
+
+inline std::string ReadFile(const std::string& aPath) {
+    std::ifstream lFile(aPath, std::ios::binary);
+    return {std::istreambuf_iterator<char>(lFile), {}};
+}
+
+// The records of a recording whose packets hold no record's name.
+inline std::vector<std::string> Records(const std::string& aRecording) {
+    std::vector<std::string> lRecords;
+    for (size_t lStart = 0; lStart < aRecording.size(); lStart += lRecords.back().size())
+        lRecords.push_back(aRecording.substr(lStart, aRecording.find("fio_", lStart + 4) - lStart));
+    return lRecords;
+}
 
 // The lines of the trace file in the current directory.
 inline std::vector<std::string> TraceLines() {
