@@ -1,0 +1,377 @@
+// Runs the built tools as their users do: on recordings, sound and damaged, and over loopback.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Networking/AFPacket.h"
+#include "Networking/ByteOrder.h"
+#include "Networking/FileLayer.h"
+#include "Networking/TAGPacket.h"
+#include "tests/system/Process.h"
+#include "tests/unit/TestSupport.h"
+#include "tools/MakeRecording.h"
+
+namespace {
+
+using namespace std::string_literals;
+using Units = std::vector<std::string>;
+
+bool Contains(const std::string& aText, const std::string& aPart) {
+    return aText.find(aPart) != std::string::npos;
+}
+
+// The exit code of a tool that ends by itself; its output is in "console" and "errors".
+int RunTool(const std::string& aCommand) {
+    std::istringstream lStream(aCommand);
+    return Process(std::vector<std::string>(std::istream_iterator<std::string>(lStream), {})).ExitCode();
+}
+
+int Dump(const std::string& aArguments) {
+    return RunTool(MDI_DUMP " " + aArguments);
+}
+
+int Relay(const std::string& aArguments) {
+    return RunTool(DCP_RELAY " " + aArguments);
+}
+
+void WriteFile(const std::string& aPath, const std::string& aBytes) {
+    std::ofstream(aPath, std::ios::binary) << aBytes;
+}
+
+// The units of a recording with an AF packet in each record.
+Units UnitsOf(const std::string& aRecording) {
+    Units lUnits;
+    for (const std::string& lRecord : Records(aRecording))
+        lUnits.push_back(
+            lRecord.substr(RECORD_HEADER_SIZE + AF_HEADER_SIZE, lRecord.size() - RECORD_HEADER_SIZE - AF_OVERHEAD));
+    return lUnits;
+}
+
+Units MakeUnits(uint32_t aFrames, const std::vector<uint32_t>& aStreams = {}) {
+    MdiMakeOptions lOptions;
+    lOptions.mFrames = aFrames;
+    lOptions.mStreams = aStreams;
+    std::vector<unsigned char> lBytes;
+    std::string lError;
+    EXPECT_TRUE(MakeRecording(lOptions, &lBytes, &lError)) << lError;
+    return UnitsOf({lBytes.begin(), lBytes.end()});
+}
+
+std::string RecordingOf(const Units& aUnits, bool aPft) {
+    RecordingWriter::Format lFormat;
+    lFormat.mPft = aPft;
+    lFormat.mFragmentSize = 300;
+    RecordingWriter lWriter(lFormat);
+    std::string lError;
+    for (const std::string& lUnit : aUnits) {
+        TAGPacket lPacket(static_cast<uint32_t>(lUnit.size()));
+        lPacket.Write(lPacket.cCapacity, reinterpret_cast<const unsigned char*>(lUnit.data()));
+        EXPECT_TRUE(lWriter.AddFrame(lPacket, &lError)) << lError;
+    }
+    return {lWriter.GetBytes().begin(), lWriter.GetBytes().end()};
+}
+
+// The place of an item's value in a unit.
+size_t ValueOf(const std::string& aUnit, const std::string& aItem) {
+    return aUnit.find(aItem) + TAG_ITEM_HEADER_SIZE;
+}
+
+std::string WithDlfc(std::string aUnit, uint32_t aDlfc) {
+    WriteU32(reinterpret_cast<unsigned char*>(aUnit.data()) + ValueOf(aUnit, "dlfc"), aDlfc);
+    return aUnit;
+}
+
+class ToolsSystemTest : public testing::Test {
+protected:
+    // The dump names one fault, if any, and says with its exit code whether the player will play everything.
+    static void ExpectDump(const std::string& aBytes, const std::string& aFault, bool aSound) {
+        WriteFile("rec.mdi", aBytes);
+        EXPECT_EQ(aSound ? 0 : 1, Dump("dcp.file.pft:rec.mdi:0:0"));
+        const std::string lText = ReadFile("console");
+        EXPECT_TRUE(Contains(lText, aSound ? "\nThe recording is sound.\n" : "\nThe recording is NOT sound.\n"));
+        EXPECT_TRUE(Contains(lText, aFault)) << lText;
+        EXPECT_EQ(!aFault.empty(), Contains(lText, "! ")) << lText;
+        EXPECT_EQ("", ReadFile("errors"));
+        EXPECT_EQ(aSound ? 0 : 1, Dump("--json dcp.file.pft:rec.mdi:0:0"));
+        EXPECT_TRUE(Contains(ReadFile("console"), aSound ? ",\"sound\":true}\n" : ",\"sound\":false}\n"));
+    }
+
+    const TestDirectory cDirectory;
+    const std::string cPort = std::to_string(TestPort());
+};
+
+TEST_F(ToolsSystemTest, DumpFindsWhatIsWrongWithUnits) {
+    struct {
+        const char* mFault;
+        bool mSound;
+        std::function<void(Units&)> mPlant;
+    } const CASES[] = {
+        {"", true, [](Units&) {}},
+        {"item missing (robm)", false, [](Units& aUnits) { aUnits[1].erase(ValueOf(aUnits[1], "robm") - 8, 9); }},
+        {"item missing (dlfc)", false, [](Units& aUnits) { aUnits[1].replace(aUnits[1].find("dlfc"), 4, "what"); }},
+        {"item missing (fac_)", false, [](Units& aUnits) { aUnits[1].replace(aUnits[1].find("fac_"), 4, "FAC_"); }},
+        {"item missing (str0)", false, [](Units& aUnits) { aUnits[1].erase(aUnits[1].find("str0")); }},
+        {"item length wrong (dlfc)", false, [](Units& aUnits) { --aUnits[1][ValueOf(aUnits[1], "dlfc") - 1]; }},
+        {"FAC CRC wrong", false, [](Units& aUnits) { aUnits[1][ValueOf(aUnits[1], "fac_") + 4] ^= 1; }},
+        {"out of super-frame order (the player leaves it out)", false,
+         [](Units& aUnits) {
+             const size_t lFac = ValueOf(aUnits[1], "fac_");
+             aUnits[1].replace(lFac, 9, aUnits[2], ValueOf(aUnits[2], "fac_"), 9);
+         }},
+        {"ends inside a super frame", false, [](Units& aUnits) { aUnits.pop_back(); }},
+        {"3 x units lost (from dlfc 3 on)", false,
+         [](Units& aUnits) { aUnits.erase(aUnits.begin() + 3, aUnits.begin() + 6); }},
+        {"TAG items damaged (record 2)", false, [](Units& aUnits) { aUnits[1] += "abc"; }},
+        {"not an MDI unit (protocol 'D\\x1B[H', record 2)", false,
+         [](Units& aUnits) { aUnits[1].replace(aUnits[1].find("DMDI"), 4, "D\x1B[H"); }},
+        {"dlfc jumps (5000, not 3)", true,
+         [](Units& aUnits) {
+             for (uint32_t lIndex = 3; lIndex < aUnits.size(); ++lIndex)
+                 aUnits[lIndex] = WithDlfc(aUnits[lIndex], 5000 + lIndex - 3);
+         }},
+        {"DRM mode changes (C,", true,
+         [](Units& aUnits) {
+             for (size_t lIndex = 3; lIndex < aUnits.size(); ++lIndex)
+                 aUnits[lIndex][ValueOf(aUnits[lIndex], "robm")] = 2;
+         }},
+        {"no unit", false, [](Units& aUnits) { aUnits.clear(); }},
+    };
+    for (const bool lPft : {false, true}) {
+        for (const auto& lCase : CASES) {
+            SCOPED_TRACE(lCase.mFault + (lPft ? " in PFT"s : " in AF"s));
+            Units lUnits = MakeUnits(9);
+            lCase.mPlant(lUnits);
+            std::string lFault = lCase.mFault;
+            if (lPft && Contains(lFault, "record 2"))
+                lFault.replace(lFault.find("record 2"), 8, "record 8");  // the last fragment of the unit
+            ExpectDump(RecordingOf(lUnits, lPft), lFault, lCase.mSound);
+        }
+    }
+}
+
+TEST_F(ToolsSystemTest, DumpFindsWhatIsWrongWithRecords) {
+    using Recording = std::vector<std::string>;
+    struct {
+        const char* mFault;
+        bool mPft;
+        std::function<void(Recording&)> mPlant;
+    } const CASES[] = {
+        {"AF packet damaged (record 2)", false, [](Recording& aRecords) { aRecords[1].back() ^= 1; }},
+        {"AF packet damaged (record 2)", false, [](Recording& aRecords) { aRecords[1][RECORD_HEADER_SIZE + 8] ^= 16; }},
+        {"AF packet damaged (record 8)", true, [](Recording& aRecords) { aRecords[6].back() ^= 1; }},
+        {"PFT header damaged", true, [](Recording& aRecords) { aRecords[4][RECORD_HEADER_SIZE + 11] ^= 1; }},
+        {"PFT header damaged", true, [](Recording& aRecords) { aRecords.back()[RECORD_HEADER_SIZE + 3] ^= 1; }},
+        {"fragments missing", true, [](Recording& aRecords) { aRecords.erase(aRecords.begin() + 5); }},
+        {"packet left out", true, [](Recording& aRecords) { aRecords.pop_back(); }},
+        {"packet left out", true, [](Recording& aRecords) { aRecords.erase(aRecords.begin()); }},
+        {"record skipped (up to record 5)", false,
+         [](Recording& aRecords) { aRecords.insert(aRecords.begin() + 3, "junk\0\0\1\0"s + std::string(32, 'x')); }},
+        {"record skipped", false, [](Recording& aRecords) { aRecords[1].replace(24, 4, "pfaf"); }},
+        {"record skipped", false, [](Recording& aRecords) { aRecords[1].replace(RECORD_HEADER_SIZE, 2, "XY"); }},
+        {"record cut off (behind record 5)", false, [](Recording& aRecords) { aRecords[5].pop_back(); }},
+        {"record cut off (behind record 5)", false, [](Recording& aRecords) { aRecords[5].resize(31); }},
+        {"record cut off (behind record 6)", false, [](Recording& aRecords) { aRecords.push_back("fio_"); }},
+    };
+    for (const auto& lCase : CASES) {
+        SCOPED_TRACE(lCase.mFault);
+        Recording lRecords = Records(RecordingOf(MakeUnits(6), lCase.mPft));
+        lCase.mPlant(lRecords);
+        std::string lBytes;
+        for (const std::string& lRecord : lRecords)
+            lBytes += lRecord;
+        ExpectDump(lBytes, lCase.mFault, false);
+    }
+    // So many damaged fragments make the player pause for minutes; the dump must not.
+    std::string lBytes;
+    for (int lCount = 0; lCount < 2000; ++lCount)
+        lBytes += "fio_\0\0\0\xE0"s + "afpf\0\0\0\xA0PF\0\1\0\0\1\0\0\1abcdefghij"s;
+    ExpectDump(lBytes, "2000 x PFT header damaged", false);
+}
+
+TEST_F(ToolsSystemTest, DumpShowsItemsWithoutControlCharacters) {
+    Units lUnits = MakeUnits(3);
+    lUnits[0] += "\x1B[\"\n\0\0\0\x08x"s;
+    WriteFile("rec.mdi", RecordingOf(lUnits, false));
+    EXPECT_EQ(0, Dump("--verbose dcp.file:rec.mdi:0:0 --units 1"));
+    const std::string lText = ReadFile("console");
+    EXPECT_TRUE(Contains(lText, "dlfc 0  frame 1/3 (identity 0)  1054 bytes  streams 655 218\n")) << lText;
+    EXPECT_TRUE(Contains(lText, "\n    dlfc  32 bits  00000000\n")) << lText;
+    EXPECT_TRUE(Contains(lText, "\n    \\x1B[\"\\x0A  8 bits  78\n")) << lText;
+    EXPECT_FALSE(Contains(lText, "sound")) << "of a part";
+    EXPECT_EQ(0, Dump("--verbose --json dcp.file:rec.mdi:0:0"));
+    EXPECT_TRUE(Contains(ReadFile("console"), R"({"name":"\u001b[\"\u000a","bits":8,"start":"78"})"));
+    EXPECT_EQ("", ReadFile("ERR_SYS.tra"));
+}
+
+TEST_F(ToolsSystemTest, RelayKeepsUnitsByteForByte) {
+    Units lUnits = MakeUnits(5, {1100, 200});
+    for (uint32_t lIndex = 0; lIndex < 5; ++lIndex)
+        lUnits[lIndex] = WithDlfc(lUnits[lIndex], 100 + lIndex);
+    WriteFile("rec.mdi", RecordingOf(lUnits, true));
+    EXPECT_EQ(0, Relay("--fast dcp.file:rec.mdi:0:0 dcp.file:out.mdi:99:0"));
+    EXPECT_TRUE(lUnits == UnitsOf(ReadFile("out.mdi")));
+    EXPECT_TRUE(Contains(ReadFile("console"), "5 units received, 5 sent, 0 lost, ")) << ReadFile("console");
+
+    lUnits.resize(4);
+    for (uint32_t lIndex = 0; lIndex < 4; ++lIndex)
+        lUnits[lIndex] = WithDlfc(lUnits[lIndex], lIndex);
+    const uint32_t lStart = platform::TickCount();
+    EXPECT_EQ(0, Relay("--renumber --json --stats=1 dcp.file:rec.mdi:0:0 dcp.file:out.mdi:4:0"));
+    EXPECT_GE(platform::TickCount() - lStart, 1200u);  // one unit per 400 ms
+    EXPECT_TRUE(lUnits == UnitsOf(ReadFile("out.mdi")));
+    EXPECT_EQ("dcp-relay: the recording has reached its limit\n", ReadFile("errors"));
+    EXPECT_EQ(0u, ReadFile("console").find("{\"type\":\"statistics\",\"seconds\":1.")) << ReadFile("console");
+    EXPECT_TRUE(Contains(ReadFile("console"), "\"received\":4,\"sent\":4,\"lost\":0,\"bytes\":"));
+
+    EXPECT_EQ(0, Relay("--fast --units=2 dcp.file:rec.mdi:0:0 dcp.file.pft:out.mdi:99:0"));
+    EXPECT_EQ(2u, Records(ReadFile("out.mdi")).size());
+    EXPECT_EQ("", ReadFile("ERR_SYS.tra"));
+}
+
+TEST_F(ToolsSystemTest, RelaySaysWhatIsLost) {
+    // Without PFT the frames with a service description do not fit into a datagram.
+    WriteFile("rec.mdi", RecordingOf(MakeUnits(6, {1000, 345}), false));
+    EXPECT_EQ(0, Relay("--fast dcp.file:rec.mdi:0:0 dcp.udp://127.0.0.1:" + cPort));
+    const std::string lLost = "dcp-relay: units are lost: a unit too long for this address; with pft it is cut\n";
+    const std::string lAgain = "dcp-relay: units go out again; 1 unit lost\n";
+    EXPECT_EQ(lLost + lAgain + lLost + lAgain, ReadFile("errors"));
+    EXPECT_TRUE(Contains(ReadFile("console"), "6 units received, 4 sent, 2 lost, ")) << ReadFile("console");
+
+    std::vector<std::string> lRecords = Records(RecordingOf(MakeUnits(6), false));
+    lRecords[3].back() = static_cast<char>(lRecords[3].back() ^ 1);
+    std::string lBytes;
+    for (const std::string& lRecord : lRecords)
+        lBytes += lRecord;
+    WriteFile("rec.mdi", lBytes);
+    EXPECT_EQ(0, Relay("--fast dcp.file:rec.mdi:0:0 dcp.file:out.mdi:99:0"));
+    EXPECT_EQ("dcp-relay: FROM is damaged; mdi-dump tells where\n", ReadFile("errors"));
+    EXPECT_TRUE(Contains(ReadFile("console"), "5 units received, 5 sent, 1 lost, ")) << ReadFile("console");
+    EXPECT_EQ(1, Relay("--fast --protocol=sdi dcp.file:rec.mdi:0:0 dcp.file:out.mdi:99:0"));
+    EXPECT_TRUE(Contains(ReadFile("console"), "0 units received, 0 sent, 6 lost, ")) << ReadFile("console");
+}
+
+TEST_F(ToolsSystemTest, RelayWarnsOfARecordingThatThePlayerRefuses) {
+    const Units lUnits = MakeUnits(500);
+    const std::string lWhole = RecordingOf(lUnits, false);
+    ASSERT_GT(lWhole.size(), FILE_MAX_SIZE - 20000);  // and longer with PFT headers
+    WriteFile("rec.mdi", lWhole);
+    EXPECT_EQ(0, Relay("--fast dcp.file:rec.mdi:0:0 dcp.file.pft:out.mdi:999:0"));
+    EXPECT_EQ("dcp-relay: the recording has passed the 524288 bytes that the player takes\n", ReadFile("errors"));
+    const std::string lSize = std::to_string(std::filesystem::file_size("out.mdi"));
+    EXPECT_EQ(1, Dump("dcp.file.pft:out.mdi:0:0"));
+    EXPECT_EQ(
+        "mdi-dump: out.mdi has " + lSize + " bytes; a recording has 524288 at most, and the player refuses this one\n",
+        ReadFile("errors"));
+}
+
+TEST_F(ToolsSystemTest, NamesWrongUsageAndWhatFails) {
+    WriteFile("rec.mdi", RecordingOf(MakeUnits(1), false));
+    const std::string FROM = "dcp.file:rec.mdi:0:0 ";
+    const std::string FORM =
+        "is no DCP address; it is of the form dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0";
+    struct {
+        std::string mCommand;
+        int mExitCode;
+        std::string mError;
+    } const CASES[] = {
+        {MDI_DUMP " ", 2, "mdi-dump: no ADDRESS; see --help"},
+        {MDI_DUMP " rec.mdi", 2,
+         "mdi-dump: 'rec.mdi' is no DCP address; the recording of that name is dcp.file.pft:rec.mdi:0:0"},
+        {MDI_DUMP " dcp.udp.pft:/any:5000", 2, "mdi-dump: 'dcp.udp.pft:/any:5000' " + FORM},
+        {MDI_DUMP " --units=0 x", 2, "mdi-dump: bad value '0' for --units: 1..."},
+        {MDI_DUMP " dcp.file.pft:none.mdi:0:0", 1, "mdi-dump: none.mdi cannot be read: No such file or directory"},
+        {MDI_DUMP " dcp.udp.pft://any:1023", 2, "mdi-dump: dcp.udp.pft://any:1023: a UDP port is 1024 or above"},
+        {MDI_DUMP " dcp.tcp.pft://any:5000", 2,
+         "mdi-dump: dcp.tcp.pft://any:5000: not available: tcp and ser, and protection (fec) with pft"},
+        {MDI_DUMP " dcp.udp.pft://modulator.example:5000", 2,
+         "mdi-dump: dcp.udp.pft://modulator.example:5000: a host is a dotted IPv4 address, or any"},
+        {DCP_RELAY " " + FROM, 2, "dcp-relay: no TO; see --help"},
+        {DCP_RELAY " " + FROM + "out.mdi", 2,
+         "dcp-relay: 'out.mdi' is no DCP address; the recording of that name is dcp.file.pft:out.mdi:9999:0"},
+        {DCP_RELAY " " + FROM + "dcp.file:out.mdi:0:0", 2,
+         "dcp-relay: dcp.file:out.mdi:0:0: the first number is the limit of the recording in units, for example 9999"},
+        {DCP_RELAY " " + FROM + "dcp.file:./rec.mdi:9:0", 2, "dcp-relay: FROM and TO are the same file"},
+        {DCP_RELAY " --renumber --protocol mci " + FROM + "x", 2, "dcp-relay: --renumber is for mdi only"},
+        {DCP_RELAY " dcp.file:none:0:0 dcp.file:out.mdi:9:0", 1,
+         "dcp-relay: none cannot be read: No such file or directory"},
+        {DCP_RELAY " " + FROM + "dcp.file:none/out.mdi:9:0", 1,
+         "dcp-relay: dcp.file:none/out.mdi:9:0: the file cannot be opened: No such file or directory"},
+        {DCP_RELAY " " + FROM + "dcp.file:/dev/full:9:0", 1, "dcp-relay: TO: the file cannot be written"},
+        {MDI_MAKE " --mode=C --occupancy=9 x", 2,
+         "mdi-make: robustness modes C and D have occupancies 3 and 5 (10 and 20 kHz) only"},
+        {MDI_MAKE " none/x", 1, "mdi-make: cannot write none/x: No such file or directory"},
+    };
+    for (const auto& lCase : CASES) {
+        SCOPED_TRACE(lCase.mCommand);
+        EXPECT_EQ(lCase.mExitCode, RunTool(lCase.mCommand));
+        EXPECT_EQ(lCase.mError + "\n", ReadFile("errors"));
+    }
+    EXPECT_FALSE(std::filesystem::exists("out.mdi"));  // nothing is begun before both addresses are good
+    for (const std::string lTool : {MDI_DUMP, DCP_RELAY, MDI_MAKE}) {
+        EXPECT_EQ(0, RunTool(lTool + " --version"));
+        EXPECT_TRUE(Contains(ReadFile("console"), " " TESSAVOX_VERSION "\n"));
+        EXPECT_EQ(0, RunTool(lTool + " --help"));
+        EXPECT_EQ("", ReadFile("errors"));
+    }
+}
+
+// Whether some program has bound this UDP port.
+bool PortIsBound(uint32_t aPort) {
+    char lText[8];
+    std::snprintf(lText, sizeof lText, ":%04X ", aPort);
+    return Contains(ReadFile("/proc/net/udp"), lText);
+}
+
+TEST_F(ToolsSystemTest, RecordsWhatThePlayerSends) {
+    const Units lUnits = MakeUnits(6);
+    WriteFile("rec.mdi", RecordingOf(lUnits, false));
+    std::ofstream("VESTRAL Tessavox.ini")
+        << "[Settings]\nInputFileName=rec.mdi\nDrmOutputAddress=127.0.0.1\nDrmOutputPort=" << cPort;
+    Process lRelay({DCP_RELAY, "dcp.udp.pft://any:" + cPort, "dcp.file:out.mdi:99:0"}, ".relay");
+    ASSERT_TRUE(Eventually([] { return PortIsBound(TestPort()); }));
+    {
+        const Process lPlayer({TESSAVOX});
+        ASSERT_TRUE(Eventually([] { return Records(ReadFile("out.mdi")).size() >= 9; }));
+    }
+    lRelay.Signal(SIGTERM);
+    EXPECT_EQ(0, lRelay.ExitCode());
+    EXPECT_EQ("", ReadFile("errors.relay"));
+
+    Units lRecorded = UnitsOf(ReadFile("out.mdi"));
+    const std::string lCount = std::to_string(lRecorded.size());
+    EXPECT_TRUE(Contains(ReadFile("console.relay"), " " + lCount + " units received, " + lCount + " sent, 0 lost, "));
+    lRecorded.resize(9);
+    for (uint32_t lIndex = 0; lIndex < 9; ++lIndex)
+        EXPECT_TRUE(WithDlfc(lUnits[lIndex % 6], lIndex) == lRecorded[lIndex]) << lIndex;
+    WriteFile("out.mdi", RecordingOf(lRecorded, false));
+    EXPECT_EQ(0, Dump("dcp.file:out.mdi:0:0"));
+    EXPECT_TRUE(Contains(ReadFile("console"), "\n9 units, 0 lost, 0 out of order, "));
+    EXPECT_EQ("", ReadFile("ERR_SYS.tra"));
+}
+
+TEST_F(ToolsSystemTest, DumpsANetworkUntilItIsStopped) {
+    Units lUnits = MakeUnits(6);
+    lUnits.erase(lUnits.begin() + 2);
+    WriteFile("rec.mdi", RecordingOf(lUnits, false));
+    Process lDump({MDI_DUMP, "--json", "dcp.udp.pft://any:" + cPort}, ".dump");
+    ASSERT_TRUE(Eventually([] { return PortIsBound(TestPort()); }));
+    EXPECT_EQ(0, Relay("dcp.file:rec.mdi:0:0 dcp.udp.pft://127.0.0.1:" + cPort));
+    ASSERT_TRUE(Eventually([] { return Contains(ReadFile("console.dump"), "\"unit\":5,"); }));
+    lDump.Signal(SIGINT);
+    EXPECT_EQ(0, lDump.ExitCode());
+    const std::string lText = ReadFile("console.dump");
+    EXPECT_TRUE(Contains(lText, "\"faults\":[\"units lost (from dlfc 2 on)\",\"out of super-frame order")) << lText;
+    EXPECT_TRUE(Contains(lText, "{\"type\":\"summary\",\"units\":5,\"lost\":1,\"out_of_order\":0,")) << lText;
+    EXPECT_TRUE(Contains(lText, "\"drm_mode\":\"B, 10 kHz, SDC 16-QAM, MSC 64-QAM, long interleaving\"")) << lText;
+    EXPECT_FALSE(Contains(lText, "sound"));
+}
+
+}  // namespace

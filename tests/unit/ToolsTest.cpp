@@ -1,0 +1,82 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "tools/DlfcWatch.h"
+#include "tools/IntervalHistogram.h"
+#include "tools/StatusText.h"
+#include "tools/Text.h"
+
+namespace {
+
+using namespace std::string_literals;
+
+TEST(DlfcWatchTest, TellsLossFromDisorderAndNewNumbering) {
+    struct {
+        std::vector<uint32_t> mCounters;
+        const char* mSteps;  // Next, Gap, Back, Jump
+        uint64_t mLost;
+        uint64_t mBack;
+    } const CASES[] = {
+        {{7, 8, 9}, "NNN", 0, 0},
+        {{UINT32_MAX, 0, 1}, "NNN", 0, 0},
+        {{5, 7, 8, 12}, "NGNG", 4, 0},
+        {{UINT32_MAX - 1, 2, 3}, "NGN", 3, 0},
+        {{5, 7, 6, 8}, "NGBN", 1, 1},  // late
+        {{5, 5, 6}, "NBN", 0, 1},      // repeated
+        {{0, 1, 2, 0, 1, 2, 3}, "NNNBNNN", 0, 1},
+        {{5, 1000000, 1000001, 6, 7}, "NJNJN", 0, 0},
+        {{100, 1601, 3103}, "NGJ", 1500, 0},
+    };
+    for (const auto& lCase : CASES) {
+        DlfcWatch lWatch;
+        std::string lSteps;
+        for (const uint32_t lCounter : lCase.mCounters)
+            lSteps += "NGBJ"[static_cast<int>(lWatch.Follow(lCounter))];
+        EXPECT_EQ(lCase.mSteps, lSteps);
+        EXPECT_EQ(lCase.mLost, lWatch.GetLost()) << lSteps;
+        EXPECT_EQ(lCase.mBack, lWatch.GetBack()) << lSteps;
+    }
+}
+
+TEST(IntervalHistogramTest, GivesExactPercentiles) {
+    IntervalHistogram lHistogram;
+    EXPECT_EQ(0u, lHistogram.Percentile(50));
+    for (uint32_t lCount = 0; lCount < 98; ++lCount)
+        lHistogram.Add(400 + lCount % 2);
+    lHistogram.Add(9999);
+    lHistogram.Add(4000000000);
+    EXPECT_EQ(100u, lHistogram.GetTotal());
+    EXPECT_EQ(400u, lHistogram.Percentile(49));
+    EXPECT_EQ(401u, lHistogram.Percentile(50));
+    EXPECT_EQ(401u, lHistogram.Percentile(98));
+    EXPECT_EQ(9999u, lHistogram.Percentile(99));
+    EXPECT_EQ(10000u, lHistogram.Percentile(100));
+    EXPECT_EQ(4000000000, lHistogram.GetMaximum());
+}
+
+TEST(TextTest, IsSafeForTerminalsAndParsers) {
+    const std::string lBytes = "a\"b\\c\x1B[2J\n\0\x7F\xC3\xA9"s;
+    EXPECT_EQ("a\"b\\c\\x1B[2J\\x0A\\x00\\x7F\\xC3\\xA9", Printable(lBytes));
+    EXPECT_EQ("\"a\\\"b\\\\c\\u001b[2J\\u000a\\u0000\\u007f\\u00c3\\u00a9\"", JsonText(lBytes));
+    EXPECT_EQ("000fff", Hex("\0\x0F\xFF"s));
+    JsonObject lInner;
+    lInner.Put("text", "x").Put("flag", true).Put("number", uint64_t{18446744073709551615u});
+    const std::string lArray = JsonArray(std::vector<int>{1, -2}, [](int aNumber) { return std::to_string(aNumber); });
+    EXPECT_EQ("{\"i\":{\"text\":\"x\",\"flag\":true,\"number\":18446744073709551615},\"a\":[1,-2]}",
+              JsonObject().PutJson("i", lInner.GetText()).PutJson("a", lArray).GetText());
+    EXPECT_EQ("{}", JsonObject().GetText());
+}
+
+TEST(StatusTextTest, HasWordsForEveryCode) {
+    const uint32_t UNUSED[] = {15, 16, 20, 21, 22, 23};
+    for (uint32_t lCode = 1; lCode <= 33; ++lCode) {
+        const bool lUsed = std::find(std::begin(UNUSED), std::end(UNUSED), lCode) == std::end(UNUSED);
+        EXPECT_EQ(lUsed, StatusText(lCode) != "code " + std::to_string(lCode)) << lCode;
+    }
+}
+
+}  // namespace
