@@ -63,7 +63,7 @@ int main(int argc, char** argv) {
     }
     lOptions.mForm.mTimes = !lSource.IsFile();
     DumpReport lReport(lOptions.mForm);
-    UnitCheck lCheck;
+    UnitCheck lCheck(lSource.IsFile());
     lSource.Start();
     Dump(lSource, lOptions.mUnits, &lCheck, &lReport);
     lReport.Summary(lCheck, lSource.AtEnd());

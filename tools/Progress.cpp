@@ -22,9 +22,10 @@ void Progress::Show(const std::string& aText) {
     if (!cTerminal) {
         return;
     }
+    Clear();
     cShown = true;
     cLastTick = platform::TickCount();
-    std::fprintf(stderr, "\r%-*.*s", WIDTH, WIDTH, aText.c_str());
+    std::fprintf(stderr, "%.*s", WIDTH, aText.c_str());
 }
 
 void Progress::Clear() {

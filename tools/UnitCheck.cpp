@@ -1,5 +1,7 @@
 #include "tools/UnitCheck.h"
 
+#include <utility>
+
 #include "Networking/ByteOrder.h"
 #include "Networking/CRC8.h"
 
@@ -79,9 +81,22 @@ void UnitCheck::CheckFac(const unsigned char (&aFac)[MDI_FAC_SIZE], UnitFacts* a
         apFacts->mFindings.push_back({FAULT_FAC_CRC, ""});
     }
     apFacts->mIdentity = aFac[0] >> 5 & 3;
-    if (!cOrder.Accept(*apFacts->mIdentity)) {
-        apFacts->mFindings.push_back({FAULT_ORDER, "the player leaves it out"});
+    CheckOrder(*apFacts->mIdentity, &apFacts->mFindings);
+}
+
+void UnitCheck::CheckOrder(int aIdentity, Findings* apFindings) {
+    const bool lStarted = std::exchange(cOrderStarted, true);
+    if (cOrder.Accept(aIdentity)) {
+        return;
     }
+    if (cRecording) {
+        apFindings->push_back({FAULT_ORDER, "the player leaves it out"});
+        return;
+    }
+    if (lStarted) {
+        apFindings->push_back({FAULT_ORDER, ""});
+    }
+    cOrder = SuperFrameOrder(aIdentity + 1);
 }
 
 void UnitCheck::CheckMode(const std::string& aMode, Findings* apFindings) {

@@ -31,6 +31,10 @@ struct UnitFacts {
 // fast access channel (ETSI ES 201 980), the order of the super frame, the DRM mode.
 class UnitCheck {
 public:
+    // A recording is checked as the player goes through it: its first unit opens a super frame, and all that follows a
+    // break is out of order until the place of the break comes again.  A network is met anywhere, and a break is one.
+    explicit UnitCheck(bool aRecording) : cRecording(aRecording) {}
+
     // aUnit is new and views bytes that form a TAG packet; the facts hold as long as these.
     UnitFacts Check(MDIUnit& aUnit);
 
@@ -41,9 +45,12 @@ public:
 private:
     void CheckCounter(uint32_t aDlfc, Findings* apFindings);
     void CheckFac(const unsigned char (&aFac)[MDI_FAC_SIZE], UnitFacts* apFacts);
+    void CheckOrder(int aIdentity, Findings* apFindings);
     void CheckMode(const std::string& aMode, Findings* apFindings);
 
+    const bool cRecording;
     DlfcWatch cCounters;
     SuperFrameOrder cOrder;
+    bool cOrderStarted = false;
     std::string cMode;
 };

@@ -360,18 +360,19 @@ TEST_F(ToolsSystemTest, RecordsWhatThePlayerSends) {
 TEST_F(ToolsSystemTest, DumpsANetworkUntilItIsStopped) {
     Units lUnits = MakeUnits(6);
     lUnits.erase(lUnits.begin() + 2);
+    lUnits.erase(lUnits.begin());  // networks are met in the middle of a super frame
     WriteFile("rec.mdi", RecordingOf(lUnits, false));
     Process lDump({MDI_DUMP, "--json", "dcp.udp.pft://any:" + cPort}, ".dump");
     ASSERT_TRUE(Eventually([] { return PortIsBound(TestPort()); }));
     EXPECT_EQ(0, Relay("dcp.file:rec.mdi:0:0 dcp.udp.pft://127.0.0.1:" + cPort));
-    ASSERT_TRUE(Eventually([] { return Contains(ReadFile("console.dump"), "\"unit\":5,"); }));
+    ASSERT_TRUE(Eventually([] { return Contains(ReadFile("console.dump"), "\"unit\":4,"); }));
     lDump.Signal(SIGINT);
     EXPECT_EQ(0, lDump.ExitCode());
     const std::string lText = ReadFile("console.dump");
-    EXPECT_TRUE(Contains(lText, "\"faults\":[\"units lost (from dlfc 2 on)\",\"out of super-frame order")) << lText;
-    EXPECT_TRUE(Contains(lText, "{\"type\":\"summary\",\"units\":5,\"lost\":1,\"out_of_order\":0,")) << lText;
+    EXPECT_TRUE(Contains(lText, "\"faults\":[\"units lost (from dlfc 2 on)\",\"out of super-frame order\"]")) << lText;
+    EXPECT_TRUE(Contains(lText, "{\"type\":\"summary\",\"units\":4,\"lost\":1,\"out_of_order\":0,")) << lText;
     EXPECT_TRUE(Contains(lText, "\"drm_mode\":\"B, 10 kHz, SDC 16-QAM, MSC 64-QAM, long interleaving\"")) << lText;
-    EXPECT_FALSE(Contains(lText, "sound"));
+    EXPECT_TRUE(Contains(lText, "\"faults\":{\"out of super-frame order\":1,\"units lost\":1}}\n")) << lText;
 }
 
 }  // namespace
