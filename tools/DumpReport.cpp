@@ -28,7 +28,7 @@ std::string JsonFindings(const Findings& aFindings) {
 std::vector<size_t> StreamSizes(const std::vector<ItemView>& aItems) {
     std::vector<size_t> lSizes;
     for (const ItemView& lItem : aItems) {
-        if (lItem.mName.starts_with("str")) {
+        if (lItem.mName.starts_with("str") && lItem.mName[3] >= '0' && lItem.mName[3] < '0' + int{MDI_STREAMS}) {
             lSizes.push_back(lItem.mValue.size());
         }
     }
@@ -36,8 +36,8 @@ std::vector<size_t> StreamSizes(const std::vector<ItemView>& aItems) {
 }
 
 // In the super frame, from 1 on.
-int Position(int aIdentity) {
-    return aIdentity % SUPER_FRAME_FRAMES + 1;
+std::optional<int> Position(const UnitFacts& aFacts) {
+    return aFacts.mIdentity ? std::optional(*aFacts.mIdentity % SUPER_FRAME_FRAMES + 1) : std::nullopt;
 }
 
 std::string ClockText(const platform::CalendarTime& aTime) {
@@ -99,9 +99,9 @@ void DumpReport::PrintText(const UnitFacts& aFacts, const Arrival& aArrival) con
         lLine = ClockText(aArrival.mTime) + lInterval;
     }
     lLine += "dlfc " + (aFacts.mDlfc ? std::to_string(*aFacts.mDlfc) : "-") + "  frame ";
-    lLine += aFacts.mIdentity ? std::to_string(Position(*aFacts.mIdentity)) + "/3 (identity " +
-                                    std::to_string(*aFacts.mIdentity) + ")"
-                              : "-";
+    lLine += aFacts.mIdentity
+                 ? std::to_string(*Position(aFacts)) + "/3 (identity " + std::to_string(*aFacts.mIdentity) + ")"
+                 : "-";
     lLine += "  " + Count(aFacts.mBytes, "byte") + "  streams";
     for (const size_t lSize : StreamSizes(aFacts.mItems)) {
         lLine += " " + std::to_string(lSize);
@@ -124,11 +124,9 @@ void DumpReport::PrintJson(const UnitFacts& aFacts, const Arrival& aArrival) con
         std::snprintf(lTime, sizeof lTime, "%lld.%03u", static_cast<long long>(aArrival.mTime.mSeconds),
                       static_cast<unsigned>(aArrival.mTime.mMilliseconds));
         lLine.PutJson("time", lTime);
-        lLine.PutJson("interval_ms", aArrival.mInterval ? std::to_string(*aArrival.mInterval) : "null");
+        lLine.Put("interval_ms", aArrival.mInterval);
     }
-    lLine.PutJson("dlfc", aFacts.mDlfc ? std::to_string(*aFacts.mDlfc) : "null");
-    lLine.PutJson("identity", aFacts.mIdentity ? std::to_string(*aFacts.mIdentity) : "null");
-    lLine.PutJson("position", aFacts.mIdentity ? std::to_string(Position(*aFacts.mIdentity)) : "null");
+    lLine.Put("dlfc", aFacts.mDlfc).Put("identity", aFacts.mIdentity).Put("position", Position(aFacts));
     lLine.Put("bytes", aFacts.mBytes);
     lLine.PutJson("streams", JsonArray(StreamSizes(aFacts.mItems), [](size_t aSize) { return std::to_string(aSize); }));
     lLine.PutJson("faults", JsonFindings(aFacts.mFindings));

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -33,6 +34,11 @@ public:
         } else {
             return PutJson(aName, std::to_string(aNumber));
         }
+    }
+
+    template <typename Number>
+    JsonObject& Put(const char* aName, const std::optional<Number>& aNumber) {
+        return aNumber ? Put(aName, *aNumber) : PutJson(aName, "null");
     }
 
     std::string GetText() const { return "{" + cMembers + "}"; }
