@@ -49,7 +49,11 @@ bool UnitSource::MustEnd() {
         cDraining = true;
         cLeft = IsFile() ? 0 : cEndpoint.GetQueueCount(TAG_INDEX);
     }
-    return cLeft == 0 || cLeft-- == 0;
+    if (cLeft == 0) {
+        return true;
+    }
+    --cLeft;
+    return false;
 }
 
 UnitSource::Result UnitSource::ReceiveFromFile(Packet* apOut) {
