@@ -14,7 +14,7 @@ std::string StatusText(uint32_t aCode) {
         case DCP_INVALID_ADDRESS:
             return "no DCP address";
         case DCP_TRANSPORT_NOT_SUPPORTED:
-            return "not available: tcp and ser, and protection (fec) with pft";
+            return "this transport or protection is not available";
         case UDP_INVALID_PORT:
             return "a UDP port is 1024 or above";
         case UDP_INVALID_ADDRESS:

@@ -290,7 +290,7 @@ TEST_F(ToolsSystemTest, NamesWrongUsageAndWhatFails) {
         {MDI_DUMP " dcp.file.pft:none.mdi:0:0", 1, "mdi-dump: none.mdi cannot be read: No such file or directory"},
         {MDI_DUMP " dcp.udp.pft://any:1023", 2, "mdi-dump: dcp.udp.pft://any:1023: a UDP port is 1024 or above"},
         {MDI_DUMP " dcp.tcp.pft://any:5000", 2,
-         "mdi-dump: dcp.tcp.pft://any:5000: not available: tcp and ser, and protection (fec) with pft"},
+         "mdi-dump: dcp.tcp.pft://any:5000: this transport or protection is not available"},
         {MDI_DUMP " dcp.udp.pft://modulator.example:5000", 2,
          "mdi-dump: dcp.udp.pft://modulator.example:5000: a host is a dotted IPv4 address, or any"},
         {DCP_RELAY " " + FROM, 2, "dcp-relay: no TO; see --help"},
