@@ -8,7 +8,7 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/tessavoxConfigVersion.cmake
 install(FILES packaging/tessavoxConfig.cmake ${CMAKE_BINARY_DIR}/tessavoxConfigVersion.cmake
     DESTINATION ${lConfigDirectory} COMPONENT dev)
 
-install(TARGETS tessavox mdi-make COMPONENT programs)
+install(TARGETS tessavox mdi-make mdi-dump dcp-relay COMPONENT programs)
 file(GLOB lManPages CONFIGURE_DEPENDS docs/*.1)
 install(FILES ${lManPages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs)
 install(FILES README.md "docs/VESTRAL Tessavox.ini" DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT programs)

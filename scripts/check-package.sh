@@ -11,7 +11,11 @@ for package in package/*.deb; do
 done
 bin=$PWD/package/root/usr/bin
 cd package
+for tool in mdi-make mdi-dump dcp-relay; do
+    "$bin/$tool" --version
+done
 "$bin/mdi-make" --frames 9 rec.mdi
+"$bin/mdi-dump" dcp.file.pft:rec.mdi:0:0 | tail -1
 cmake -S ../../../docs/example -B example -G Ninja -DCMAKE_PREFIX_PATH="$PWD/root/usr" >example.log
 cmake --build example -- --quiet
 [ "$(example/example rec.mdi | grep -c bytes)" -eq 5 ]
