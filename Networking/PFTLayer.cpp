@@ -222,6 +222,7 @@ uint32_t PFTLayer::ReceiveNext(uint32_t* apTimeOut) {
 
 // Takes the fragment at the expected position from the queue.  A far one at its front is dropped.
 bool PFTLayer::CheckQueue() {
+    DropPassedFragments();
     if (cpcQueue->IsEmpty())
         return false;
     const auto lPSeq = static_cast<uint16_t>(cpcQueue->PeekSequence());
@@ -243,6 +244,16 @@ bool PFTLayer::CheckQueue() {
     cpcFragment->Parse();
     AdvancePosition();
     return true;
+}
+
+// Late and repeated fragments of packets that are over: nothing takes them any more, and what is behind them would
+// wait.
+void PFTLayer::DropPassedFragments() {
+    while (!cpcQueue->IsEmpty() && static_cast<int16_t>(cpcQueue->PeekSequence() - ciwPSeq) < 0) {
+        Packet* lpStored = nullptr;
+        uint32_t lIgnored = 0;
+        cpcQueue->GetFirst(&lpStored, &lIgnored, &lIgnored, &lIgnored);
+    }
 }
 
 bool PFTLayer::QueueFragment(PFTPacket* apFragment) {

@@ -125,6 +125,7 @@ private:
     bool StoreFragment();
     bool IsWholePacket() const { return IsThisTagRegistered(cpcFragment->cProtocol); }
     void AdvancePosition();
+    void DropPassedFragments();
     uint32_t Deliver(Packet* apOut);
     bool Restore(const uint32_t* apMissing, uint32_t aMissing);
 

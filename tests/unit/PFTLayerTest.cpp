@@ -74,14 +74,15 @@ TEST_F(PFTLayerTest, PutsFragmentsTogether) {
         {"0.0/4 0.2/4 0.3/4 0.1/4", "AF0.0;0.1;0.2;0.3; "},
         {"5.0/2 6.0/2 6.1/2 5.1/2", "AF5.0;5.1; AF6.0;6.1; "},
         {"65535.0/3 0.0/3 65535.2/3 65535.1/3 0.1/3 0.2/3", "AF65535.0;65535.1;65535.2; AF0.0;0.1;0.2; "},
-        {"5.0/2 5.0/2 5.1/2 6.0/1", "- AF6.0; "},                          // a repeated fragment is far behind
-        {"5.0/1 200.0/1 201.0/1", "AF5.0; - AF201.0; "},                   // a jump
-        {"5.0/2 T 5.1/2 6.0/1", "2 AF6.0; "},                              // silence in mid-packet
-        {"5.0/1 4.0/1 3.0/1 6.0/1", "AF5.0; AF6.0; "},                     // a little behind: waits in the queue
-        {"5.0/6 5.2/6 5.3/6 5.4/6 5.5/6 6.0/6 7.0/6 8.0/1", "- AF8.0; "},  // lost until one is far ahead
-        {"5.0/1! 6.0/1", "- AF6.0; "},                                     // parity cannot be undone
-        {"5.0/5! 5.2/5! 5.3/5! 5.4/5! 6.0/1", "- AF6.0; "},                // nor a gap repaired
-        {"5.0/4 5.1/2 6.0/1", "- AF6.0; "},                                // never complete: the count changed
+        {"5.0/2 5.0/2 5.1/2 6.0/1", "- AF6.0; "},         // a repeated fragment is far behind
+        {"5.0/1 200.0/1 201.0/1", "AF5.0; - AF201.0; "},  // a jump
+        {"5.0/2 T 5.1/2 6.0/1", "2 AF6.0; "},             // silence in mid-packet
+        {"5.0/1 4.0/1 3.0/1 6.0/1", "AF5.0; AF6.0; "},    // a little behind: waits in the queue
+        {"5.0/2 5.1/2 5.1/2 7.0/1 6.0/1 8.0/1", "AF5.0;5.1; AF6.0; AF7.0; AF8.0; "},  // 7 waits behind the repeated one
+        {"5.0/6 5.2/6 5.3/6 5.4/6 5.5/6 6.0/6 7.0/6 8.0/1", "- AF8.0; "},             // lost until one is far ahead
+        {"5.0/1! 6.0/1", "- AF6.0; "},                                                // parity cannot be undone
+        {"5.0/5! 5.2/5! 5.3/5! 5.4/5! 6.0/1", "- AF6.0; "},                           // nor a gap repaired
+        {"5.0/4 5.1/2 6.0/1", "- AF6.0; "},  // never complete: the count changed
         {"AFone 900.0/2 AFtwo 800.1/2 AF3", "AFone - AFtwo - AF3 "},
         {"5.0/2 AFwhole 5.1/2 6.0/1 7.0/1 8.0/1", "AFwhole AF8.0; "},  // given up for a whole packet
         {"E X 5.0/2 E X 5.1/2", "AF5.0;5.1; "},

@@ -22,9 +22,10 @@ bool Eventually(Condition aCondition) {
     return false;
 }
 
-// A UDP port for this process, so that tests may run side by side; below those that the system gives out.
+// A UDP port for this process, so that tests may run side by side; the next one is its own too.  Below those that the
+// system gives out.
 inline uint32_t TestPort() {
-    return 10000 + static_cast<uint32_t>(getpid()) % 20000;
+    return 10000 + static_cast<uint32_t>(getpid()) % 10000 * 2;
 }
 
 // A new empty directory that is the current one while the object lives.
