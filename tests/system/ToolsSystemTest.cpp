@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <sstream>
@@ -16,6 +17,7 @@
 #include "Networking/FileLayer.h"
 #include "Networking/TAGPacket.h"
 #include "tests/system/Process.h"
+#include "tests/unit/LossyLink.h"
 #include "tests/unit/TestSupport.h"
 #include "tools/MakeRecording.h"
 
@@ -365,6 +367,25 @@ TEST_F(ToolsSystemTest, RecordsWhatThePlayerSends) {
     EXPECT_EQ(0, Dump("dcp.file:out.mdi:0:0"));
     EXPECT_TRUE(Contains(ReadFile("console"), "\n9 units, 0 lost, 0 out of order, "));
     EXPECT_EQ("", ReadFile("ERR_SYS.tra"));
+}
+
+TEST_F(ToolsSystemTest, ParityCarriesUnitsOverALossyLink) {
+    const Units lUnits = MakeUnits(6);
+    WriteFile("rec.mdi", RecordingOf(lUnits, false));
+    const uint32_t lPort = TestPort();  // of the link
+    LossyLink lLink(lPort, lPort + 1);
+    Process lRecorder({DCP_RELAY, "--units=6", "dcp.udp.pft://127.0.0.1:" + std::to_string(lPort + 1) + "?fec=2",
+                       "dcp.file:got.mdi:9:0"},
+                      "-recorder");
+    ASSERT_TRUE(Eventually([] { return std::filesystem::exists("got.mdi"); }));
+    Process lSender(
+        {DCP_RELAY, "--fast", "dcp.file:rec.mdi:0:0", "dcp.udp.pft://127.0.0.1:" + std::to_string(lPort) + "?fec=2"});
+    for (size_t lUnit = 0; lUnit < lUnits.size(); ++lUnit)
+        lLink.PassPacket(lUnit + 1 < lUnits.size());
+    EXPECT_EQ(0, lSender.ExitCode());
+    EXPECT_EQ(0, lRecorder.ExitCode());
+    EXPECT_EQ(lUnits, UnitsOf(ReadFile("got.mdi")));
+    EXPECT_TRUE(Contains(ReadFile("console-recorder"), "6 units received, 6 sent, 0 lost"));
 }
 
 TEST_F(ToolsSystemTest, DumpsANetworkUntilItIsStopped) {
