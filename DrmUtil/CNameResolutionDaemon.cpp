@@ -75,8 +75,9 @@ void Probe(CAddressEntry* apEntry) {
         return;
     }
     apEntry->miStatus = ADDRESS_USABLE;
+    // A name that it was listed by stays: the next question by that name must find it.
     std::string lName;
-    if (platform::LookUpHostName(platform::ParseAddress(apEntry->miAddress), &lName))
+    if (apEntry->miName[0] == '\0' && platform::LookUpHostName(platform::ParseAddress(apEntry->miAddress), &lName))
         Store(UpToDot(lName), apEntry->miName);
 }
 
@@ -134,16 +135,14 @@ uint32_t CNameResolutionDaemon::GetAddressState(const char* aHost) {
     CAddressEntry lWanted;
     if (!MakeEntry(aHost, &lWanted))
         return ADDRESS_UNREACHABLE;
-    {
-        const ListLock lLock;
-        const auto lFound = std::find_if(cAddressList->begin(), cAddressList->end(), [&lWanted](const auto& aEntry) {
-            return lWanted.miAddress[0] != '\0' ? std::strcmp(aEntry.miAddress, lWanted.miAddress) == 0
-                                                : std::strcmp(aEntry.miName, lWanted.miName) == 0;
-        });
-        if (lFound != cAddressList->end())
-            return lFound->miStatus;
-    }
-    AddAddress(aHost);
+    const ListLock lLock;
+    const auto lFound = std::find_if(cAddressList->begin(), cAddressList->end(), [&lWanted](const auto& aEntry) {
+        return lWanted.miAddress[0] != '\0' ? std::strcmp(aEntry.miAddress, lWanted.miAddress) == 0
+                                            : std::strcmp(aEntry.miName, lWanted.miName) == 0;
+    });
+    if (lFound != cAddressList->end())
+        return lFound->miStatus;
+    Append(lWanted);
     return ADDRESS_PENDING;
 }
 
@@ -153,7 +152,11 @@ void CNameResolutionDaemon::AddAddress(const char* aHost) {
     if (!MakeEntry(aHost, &lEntry))
         return;
     const ListLock lLock;
-    cAddressList->push_back(lEntry);
+    Append(lEntry);
+}
+
+void CNameResolutionDaemon::Append(const CAddressEntry& aEntry) {
+    cAddressList->push_back(aEntry);
     cListChanged = true;
 }
 
@@ -195,6 +198,7 @@ bool CNameResolutionDaemon::IsLocalHostName(const char* aText) {
     if (!platform::LocalHostName(lText, sizeof lText))
         return false;
     const std::string_view lName = UpToDot(lText);
+    // An empty name would make every text local.
     return !lName.empty() && std::string_view(aText).starts_with(lName);
 }
 

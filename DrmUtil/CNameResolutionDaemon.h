@@ -27,8 +27,8 @@ struct CAddressEntry {
 // the daemon's own resolves and probes (resolve.h) all listed destinations in turn, with a second between two passes.
 // A pass during which a destination is listed is given up after the one in hand, whose result is dropped.
 //
-// Multicast groups and this host are always usable and never listed.  Where the system grants no socket for the probe,
-// destinations stay as they are, so that a player without privileges plays.
+// Multicast groups and this host, by name or one of its first ten addresses, are always usable and never listed.  Where
+// the system grants no socket for the probe, destinations stay as they are, so that a player without privileges plays.
 //
 // There is one daemon in the process, made by the first question and never destroyed.  Any thread may ask it, and none
 // waits for the network; only IsReachable does, which is for the daemon's own thread.
@@ -37,7 +37,8 @@ public:
     static CNameResolutionDaemon* GetInstance();
 
     // The AddressStatus of a destination, by dotted address or by host name (which counts up to its first dot).  One
-    // that is not listed is added and pending; one whose text does not fit an entry is unreachable and not listed.
+    // that is not listed is added and pending; one whose text does not fit an entry is unreachable and not listed,
+    // unless it is always usable.
     static uint32_t GetAddressState(const char* aHost);
 
     // Lists a destination, which must fit an entry.
@@ -68,4 +69,5 @@ private:
     CNameResolutionDaemon();
     static CNameResolutionDaemon* Create();
     static void RunPass();
+    static void Append(const CAddressEntry& aEntry);  // under the lock
 };

@@ -17,11 +17,12 @@ constexpr uint32_t PROBE_WAIT_MS = 3000;  // for each reception
 constexpr int PROBE_MAX_RECEIVES = 4;
 
 // Asks the host at a dotted IPv4 address for an echo, in the manner of a command-line ping, and waits for any ICMP
-// message from it: 3 s, or longer when messages of other hosts come meanwhile (at most four receptions of 3 s).
-// 1 when one came, 0 when none did, -1 when the probe could not be made.  One thread only.
+// message from it, through at most four receptions of 3 s each.
+// 1 when one came; 0 when 3 s passed without any message, or four came from other hosts, which a raw socket receives
+// too; -1 when the probe could not be made.  One thread only.
 int Ping(const char* aDestination);
 
-// Whether the last Ping gave -1 because the system grants this process no socket for it.
+// Whether the last Ping gave -1 because no socket for it could be had.
 bool ProbeSocketRefused();
 
 // The socket addresses of a host (null: the local wildcard address) and a port; family, socket type and protocol are

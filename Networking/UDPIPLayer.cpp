@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstring>
 #include <utility>
-#include <vector>
 
 #include "DrmUtil/CNameResolutionDaemon.h"
 #include "Networking/RetryBrake.h"
@@ -144,7 +143,7 @@ uint32_t UDPIPLayer::GetBytesSent() {
 }
 
 int32_t UDPIPLayer::GetInterfaceAddress(uint32_t aIndex, char* apOut) {
-    for (const uint32_t lAddress : platform::InterfaceAddresses().value_or(std::vector<uint32_t>())) {
+    for (const uint32_t lAddress : platform::InterfaceAddresses().value_or(platform::AddressList())) {
         if (lAddress == LOOPBACK_ADDRESS)
             continue;
         if (aIndex-- == 0) {

@@ -3,7 +3,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 // UDP over IPv4.  Addresses are numbers in host byte order: 127.0.0.1 is 0x7F000001.
 namespace platform {
@@ -22,10 +21,19 @@ void FormatAddress(uint32_t aAddress, char* aText);
 
 constexpr size_t MAX_INTERFACES = 10;
 
+// Without memory of its own, so that a thread that is ended while it holds one leaves nothing behind.
+struct AddressList {
+    const uint32_t* begin() const { return mAddresses; }
+    const uint32_t* end() const { return mAddresses + mCount; }
+
+    uint32_t mAddresses[MAX_INTERFACES] = {};
+    size_t mCount = 0;
+};
+
 // The first MAX_INTERFACES IPv4 addresses of this host's interfaces, in the system's order, 127.0.0.1 included.  Empty
 // when there are none or the list cannot be had; nothing when not even a socket to ask for it can be had.  Takes a few
 // microseconds: senders ask for every packet.
-std::optional<std::vector<uint32_t>> InterfaceAddresses();
+std::optional<AddressList> InterfaceAddresses();
 
 // One UDP socket.  Used by one thread at a time.  Operations answer true for success; after a false, GetLastError is
 // the system's error number (errno) of that operation.

@@ -6,11 +6,11 @@
 // Threads that others can suspend, resume and end, as Windows has them.
 //
 // Where a thread stops.  A thread that is inside a blocking platform call (Sleep, Semaphore::Wait, UdpSocket::Receive,
-// Print, Thread::Suspend) counts as stopped at once: it does not come out of the call before it is resumed.  A
-// computing thread stops at its next blocking platform call; one that reaches none within a short grace
-// (GRACE_MILLISECONDS of its processor time) is stopped by a signal, wherever it is, but never while it holds a
-// StopGuard or Lock.  Such a thread may hold a lock of the C library, the allocator's for example: code that is to be
-// suspended at any moment should pass a platform call now and then.
+// ProbeSocket::WaitForReceive, Print, PrintError, Thread::Suspend) counts as stopped at once: it does not come out of
+// the call before it is resumed.  A computing thread stops at its next blocking platform call; one that reaches none
+// within a short grace (GRACE_MILLISECONDS of its processor time) is stopped by a signal, wherever it is, but never
+// while it holds a StopGuard or Lock.  Such a thread may hold a lock of the C library, the allocator's for example:
+// code that is to be suspended at any moment should pass a platform call now and then.
 //
 // Ending.  A thread that is ended at a platform call unwinds its stack (destructors run); one that had to be stopped
 // by the signal is cut off without.  Neither returns to its caller's code.  No destructor on the stack of a thread that

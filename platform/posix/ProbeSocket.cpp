@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <chrono>
 
 #include "platform/Clock.h"
 #include "platform/posix/StoppableWait.h"

@@ -86,7 +86,7 @@ void FormatAddress(uint32_t aAddress, char* aText) {
 }
 
 // By the old request, which takes 5 us where getifaddrs takes 50.
-std::optional<std::vector<uint32_t>> InterfaceAddresses() {
+std::optional<AddressList> InterfaceAddresses() {
     const StopGuard lGuard;  // whoever is ended would leave the socket open
     const int lHandle = MakeSocket();
     if (lHandle == -1)
@@ -97,8 +97,9 @@ std::optional<std::vector<uint32_t>> InterfaceAddresses() {
     lList.ifc_req = lEntries;
     const bool lListed = ioctl(lHandle, SIOCGIFCONF, &lList) == 0;
     close(lHandle);
-    std::vector<uint32_t> lAddresses(lListed ? static_cast<size_t>(lList.ifc_len) / sizeof(ifreq) : 0);
-    std::transform(lEntries, lEntries + lAddresses.size(), lAddresses.begin(), [](const ifreq& aEntry) {
+    AddressList lAddresses;
+    lAddresses.mCount = lListed ? static_cast<size_t>(lList.ifc_len) / sizeof(ifreq) : 0;
+    std::transform(lEntries, lEntries + lAddresses.mCount, lAddresses.mAddresses, [](const ifreq& aEntry) {
         return ntohl(reinterpret_cast<const sockaddr_in&>(aEntry.ifr_addr).sin_addr.s_addr);
     });
     return lAddresses;

@@ -47,7 +47,9 @@ TEST(NameResolutionTest, KnowsWhatATextIs) {
     ASSERT_EQ(0, gethostname(lHost, sizeof lHost));
     const std::string lLocal = std::string(lHost).substr(0, std::string(lHost).find('.'));
     char lInterface[16];
-    platform::FormatAddress(platform::InterfaceAddresses().value().back(), lInterface);
+    const auto lAddresses = platform::InterfaceAddresses().value();
+    ASSERT_GT(lAddresses.mCount, 0u);
+    platform::FormatAddress(lAddresses.mAddresses[lAddresses.mCount - 1], lInterface);
     struct {
         std::string mText;
         bool mDotted, mMulticast, mLocal;
@@ -82,8 +84,8 @@ TEST(NameResolutionTest, ListsWhatItIsToWatch) {
         {"127.0.0.1", ADDRESS_USABLE, ""},
         {"224.0.0.1", ADDRESS_USABLE, ""},
         {"127.0.0.2", ADDRESS_PENDING, "127.0.0.2/"},
-        {"0127.000.00.04", ADDRESS_PENDING, "0127.000.00.04/"},
-        {"00127.000.00.003", ADDRESS_UNREACHABLE, ""},
+        {"0177.000.00.04", ADDRESS_PENDING, "0177.000.00.04/"},
+        {"00177.000.00.003", ADDRESS_UNREACHABLE, ""},
         {"!two.parts", ADDRESS_PENDING, "/!two"},
         {l31 + ".example", ADDRESS_PENDING, "/" + l31},
         {l31 + "!.example", ADDRESS_UNREACHABLE, ""},
