@@ -18,6 +18,7 @@
 #include "Networking/CRC16.h"
 #include "Networking/CRC32.h"
 #include "Networking/CRC8.h"
+#include "Networking/FECProtector.h"
 #include "Networking/MDIUnit.h"
 #include "Networking/PFTLayer.h"
 #include "Networking/PacketFifo.h"
