@@ -127,7 +127,7 @@ uint32_t DCPInterface::RegisterTag(const char* apTag, uint32_t* apIndex) {
         return 0;
     auto& lTagQueue = ciTagQueue[GetTagIndex(apTag)];
     if (lTagQueue == nullptr)
-        lTagQueue = std::make_unique<PacketFifo>(DCP_FIFO_CAPACITY);
+        lTagQueue = std::make_unique<PacketFifo>(ciFifoCapacity);
     if (ciSendQueue == nullptr)
         ciSendQueue = std::make_unique<PacketFifo>(DCP_FIFO_CAPACITY);
     return 1;

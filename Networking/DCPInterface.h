@@ -63,6 +63,7 @@ public:
     std::unique_ptr<PFTLayer> ciPFTLayer;
     std::unique_ptr<UDPIPLayer> ciUDPIPLayer;
     std::unique_ptr<FileLayer> ciFileLayer;
+    uint32_t ciFifoCapacity = DCP_FIFO_CAPACITY;  // units of a tag; to be set before RegisterTag
     std::unique_ptr<PacketFifo> ciTagQueue[LAYER_MAX_TAGS];
     std::unique_ptr<PacketFifo> ciSendQueue;
     std::unique_ptr<Packet> ciHeldPacket;         // what the last Receive handed out

@@ -210,6 +210,6 @@ uint32_t FileLayer::WriteRecord(const Packet& aPacket) {
     if (std::fwrite(ciRecordHeader, 1, RECORD_HEADER_SIZE, ciFile) == RECORD_HEADER_SIZE &&
         std::fwrite(aPacket.cData, 1, aPacket.GetSize(), ciFile) == aPacket.GetSize())
         return 1;
-    std::fseek(ciFile, lStart, SEEK_SET);  // the next record takes the place of the piece: readers keep their step
+    platform::CutFile(ciFile, lStart);  // no piece of a record stays: readers would lose their step
     return Fail(FILE_WRITE_FAILED);
 }

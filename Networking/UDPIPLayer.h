@@ -43,7 +43,7 @@ public:
 
     // The aIndex-th IPv4 address of the host's interfaces, those of 127.0.0.1 left out, as text (16 characters at
     // most, with the NUL).  0, or -1 when there is none.
-    int32_t GetInterfaceAddress(uint32_t aIndex, char* apOut);
+    static int32_t GetInterfaceAddress(uint32_t aIndex, char* apOut);
 
     std::unique_ptr<Packet> cpcReceivePacket;
     char ciReceivedTag[3] = "";

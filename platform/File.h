@@ -7,4 +7,7 @@ namespace platform {
 // Moves what was written to aFile from the process and the system's caches to the storage device.  False on failure.
 bool SyncFile(std::FILE* aFile);
 
+// Cuts a file that is written without a buffer to so many bytes, and goes on there.  False on failure.
+bool CutFile(std::FILE* aFile, long aSize);
+
 }  // namespace platform

@@ -6,6 +6,8 @@
 #include <string_view>
 #include <utility>
 
+#include "tools/Text.h"
+
 namespace {
 
 bool Refuse(const std::string& aText, std::string* apError) {
@@ -141,7 +143,7 @@ std::optional<int> CommandLine::Read(int aCount, char** apArguments) {
 }
 
 void CommandLine::Say(const std::string& aText) const {
-    std::fprintf(stderr, "%s: %s\n", cProgram.c_str(), aText.c_str());
+    std::fprintf(stderr, "%s: %s\n", cProgram.c_str(), WithoutControls(aText).c_str());
 }
 
 int CommandLine::Fail(int aStatus, const std::string& aText) const {

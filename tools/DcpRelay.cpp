@@ -32,7 +32,8 @@ constexpr char PURPOSE[] =
     "Sends the units that FROM delivers to TO: records a network in a file, plays a file once, forwards between\n"
     "networks.  Statistics go to standard output, at the end or more often.\n"
     "FROM is dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT, where HOST may be any or a multicast group;\n"
-    "TO is dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0 with the limit of the recording in units.\n";
+    "TO is dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0 with the limit of the recording in units.\n"
+    "With ?fec=1 behind TO fragments go out with Reed-Solomon parity; without .pft AF packets go out whole.\n";
 
 std::vector<Option> OptionTable(Options* apOptions) {
     return {
@@ -84,7 +85,8 @@ private:
     Progress cProgress;
     FaultCounts cFaults;
     uint32_t cNumber = 0;       // of the next unit that is numbered anew
-    uint64_t cUndelivered = 0;  // since TO last took a unit
+    uint64_t cRefused = 0;      // units that TO did not take
+    uint64_t cUndelivered = 0;  // of these, since TO last took one
     bool cLongRecording = false;
     uint64_t cNextLine = PeriodOf(cOptions);  // when statistics are due, in milliseconds from the start
 };
@@ -129,14 +131,21 @@ int Relay::Run() {
     if (cSource.AtEnd() && cStatistics.GetReceived() == 0) {
         return cLine.Fail(STATUS_FAILED, "there is no unit of this protocol in FROM");
     }
-    return lPass == Pass::FAILED ? STATUS_FAILED : STATUS_DONE;
+    if (lPass != Pass::FAILED && cStatistics.GetReceived() > 0 && cStatistics.GetSent() == 0) {
+        return cLine.Fail(STATUS_FAILED, "no unit went out");
+    }
+    return lPass == Pass::FAILED || (cRefused > 0 && cSink.IsFile()) ? STATUS_FAILED : STATUS_DONE;
 }
 
 Relay::Pass Relay::Take() {
     MDIUnit lUnit(0, 0, 0);  // of the other protocols it only views the bytes
     const UnitSource::Result lResult = cSource.Receive(&lUnit);
-    cFaults.Add(cSource.GetFindings());
-    if (lResult == UnitSource::Result::LOST && cOptions.mProtocol != Protocol::MDI) {
+    Findings lFindings = cSource.GetFindings();
+    const bool lOtherProtocol = std::erase_if(lFindings, [](const Finding& aFinding) {
+                                    return aFinding.mFault == FAULT_PROTOCOL;  // left out, not lost
+                                }) > 0;
+    cFaults.Add(lFindings);
+    if (lResult == UnitSource::Result::LOST && !lOtherProtocol && cOptions.mProtocol != Protocol::MDI) {
         cStatistics.Lost(1);  // of MDI the frame counters tell
     }
     if (lResult != UnitSource::Result::UNIT) {
@@ -179,6 +188,7 @@ Relay::Pass Relay::Forward(MDIUnit& aUnit) {
             break;
         case UnitSink::Result::LOST:
             cStatistics.Lost(1);
+            ++cRefused;
             NoteDelivery(false);
             return Pass::GO_ON;
         case UnitSink::Result::FAILED:
@@ -211,7 +221,7 @@ void Relay::NoteSize() {
 
 void Relay::Report() {
     if (cStatistics.Elapsed() >= cNextLine) {
-        cNextLine += PeriodOf(cOptions);
+        cNextLine = cStatistics.Elapsed() + PeriodOf(cOptions);
         cProgress.Clear();
         PrintLine(cStatistics.Line(cOptions.mJson, false));
     }

@@ -19,7 +19,21 @@ std::string NoAddress(const std::string& aAddress, bool aRecords) {
     return lText + "it is of the form dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0";
 }
 
-std::string WhyNotRead(const std::string& aPath) {
+// What is wrong with a host or port that the layer would take for another one; empty when nothing is.
+std::string WhyNoDestination(const DCPAddress& aParts, uint32_t aDirection) {
+    char lCanonical[UDP_MAX_ADDRESS_LENGTH + 1];
+    platform::FormatAddress(platform::ParseAddress(aParts.mName.c_str()), lCanonical);
+    const bool lAny = aParts.mName == "any" || aParts.mName == "0.0.0.0";
+    if (aParts.mNumber < UDP_FIRST_PORT || aParts.mNumber > UINT16_MAX) {
+        return "a UDP port is a number from 1024 to 65535";
+    }
+    if (aDirection == SENDING && (lAny || aParts.mName == "255.255.255.255")) {
+        return "units go to one host or multicast group";
+    }
+    return lAny || aParts.mName == lCanonical ? "" : "a host is a dotted IPv4 address, or any to receive";
+}
+
+std::string WhyNotRead(const std::string& aPath, int aSystemError) {
     std::error_code lError;
     const auto lSize = std::filesystem::file_size(aPath, lError);
     if (lError) {
@@ -29,7 +43,7 @@ std::string WhyNotRead(const std::string& aPath) {
         return aPath + " has " + std::to_string(lSize) + " bytes; a recording has " + std::to_string(FILE_MAX_SIZE) +
                " at most, and the player refuses this one";
     }
-    return aPath + " cannot be read";
+    return aPath + " cannot be read: " + std::strerror(aSystemError);
 }
 
 uint32_t Enable(ToolEndpoint& aEndpoint, Protocol aProtocol) {
@@ -53,9 +67,25 @@ int OpenEndpoint(ToolEndpoint& aEndpoint, const std::string& aAddress, Protocol 
         *apError = NoAddress(aAddress, aEndpoint.ciDirection == SENDING);
         return STATUS_USAGE;
     }
-    const bool lNetwork = lParts.mTransport != TRANSPORT_FILE;
-    if (lNetwork && !platform::StartSockets()) {
-        *apError = "the system gives no sockets";
+    if (lParts.mTransport == TRANSPORT_UDP) {
+        if (const std::string lWhyNot = WhyNoDestination(lParts, aEndpoint.ciDirection); !lWhyNot.empty()) {
+            *apError = aAddress + ": " + lWhyNot;
+            return STATUS_USAGE;
+        }
+        if (!platform::StartSockets()) {
+            *apError = "the system gives no sockets";
+            return STATUS_FAILED;
+        }
+    }
+    char lInterface[UDP_MAX_ADDRESS_LENGTH + 1];
+    if (aLocalInterface > 0 && UDPIPLayer::GetInterfaceAddress(aLocalInterface, lInterface) != 0) {
+        *apError = "there is no local interface number " + std::to_string(aLocalInterface);
+        return STATUS_USAGE;
+    }
+    std::error_code lIgnored;
+    if (lParts.mTransport == TRANSPORT_FILE && aEndpoint.ciDirection == RECEIVING &&
+        std::filesystem::exists(lParts.mName, lIgnored) && !std::filesystem::is_regular_file(lParts.mName, lIgnored)) {
+        *apError = lParts.mName + " is no file";
         return STATUS_FAILED;
     }
     errno = 0;
@@ -66,7 +96,7 @@ int OpenEndpoint(ToolEndpoint& aEndpoint, const std::string& aAddress, Protocol 
     const uint32_t lCode = aEndpoint.GetError();
     const bool lDenied = lCode == UDP_SOCKET_FAILED || lCode == FILE_OPEN_FAILED;
     if (lCode == FILE_OPEN_FAILED && aEndpoint.ciDirection == RECEIVING) {
-        *apError = WhyNotRead(lParts.mName);
+        *apError = WhyNotRead(lParts.mName, lSystemError);
     } else {
         *apError = aAddress + ": " + StatusText(lCode) +
                    (lDenied && lSystemError != 0 ? ": " + std::string(std::strerror(lSystemError)) : "");

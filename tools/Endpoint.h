@@ -10,10 +10,14 @@ enum class Protocol : uint32_t { MDI, MCI, SDI };
 constexpr uint32_t RECEIVING = 0;
 constexpr uint32_t SENDING = 1;
 
+constexpr uint32_t TOOL_FIFO_CAPACITY = 250;  // units; bursts of 100 s
+
 // An endpoint whose stack the tool may also work itself, without a task.
 class ToolEndpoint : public DRMNetworkInterface {
 public:
-    using DRMNetworkInterface::DRMNetworkInterface;
+    ToolEndpoint(uint32_t aDirection, uint32_t aMaxNetworkDelay) : DRMNetworkInterface(aDirection, aMaxNetworkDelay) {
+        ciFifoCapacity = TOOL_FIFO_CAPACITY;
+    }
     ~ToolEndpoint() override {
         if (ciState == STATE_OPEN) {
             ciState = STATE_CLOSED;  // Close would report that there is no task to suspend; the layers go all the same

@@ -26,7 +26,8 @@ constexpr Description DESCRIPTIONS[] = {{"record skipped", true},
                                         {"ends inside a super frame", true},
                                         {"units lost", true},
                                         {"dlfc jumps", false},
-                                        {"DRM mode changes", false}};
+                                        {"DRM mode changes", false},
+                                        {"first super frame left out at each repetition", false}};
 static_assert(std::size(DESCRIPTIONS) == FAULT_COUNT, "one for each");
 
 }  // namespace

@@ -24,12 +24,14 @@ enum Fault : unsigned {
     FAULT_UNITS_LOST,
     FAULT_DLFC_JUMP,
     FAULT_MODE_CHANGE,
+    FAULT_SEAM,
     FAULT_COUNT
 };
 
 const char* FaultName(Fault aFault);
 
-// Whether a recording with this fault loses something on its way through the player.  The other ones are worth a look.
+// Whether a recording with this fault is not fit to go on air: something in it is damaged or missing, or the player
+// leaves it out.  The other ones are worth a look.
 bool IsLoss(Fault aFault);
 
 // A fault that was found, and where or how.

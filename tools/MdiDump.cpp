@@ -17,7 +17,9 @@ struct Options {
 
 constexpr char PURPOSE[] =
     "Shows each MDI unit that ADDRESS delivers, what is wrong with it, and a summary at the end.  A recording is read\n"
-    "once, and the exit status says whether the player will play all of it: 0, or 1 when not.\n"
+    "once, and the exit status says whether it is sound: 0, or 1 when something in it is damaged or missing, or when "
+    "the\n"
+    "player would leave it out.\n"
     "ADDRESS is dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT, where HOST may be any or a multicast group.\n";
 
 std::vector<Option> OptionTable(Options* apOptions) {
@@ -33,7 +35,7 @@ std::vector<Option> OptionTable(Options* apOptions) {
 }
 
 void Dump(UnitSource& aSource, uint32_t aUnits, UnitCheck* apCheck, DumpReport* apReport) {
-    while (apReport->GetUnits() < aUnits) {
+    while (apReport->GetUnits() < aUnits && OutputIsComplete()) {
         MDIUnit lUnit(0, 0, 0);
         const UnitSource::Result lResult = aSource.Receive(&lUnit);
         apReport->Other(aSource.GetFindings());

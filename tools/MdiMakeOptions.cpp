@@ -8,7 +8,7 @@
 namespace {
 
 constexpr uint32_t OCCUPANCIES = 6;
-constexpr uint32_t MAX_FRAGMENT_SIZE = MAX_RECORD_PACKET_SIZE - PFT_HEADER_SIZE;
+constexpr uint32_t MAX_FRAGMENT_SIZE = FILE_MAX_PACKET_SIZE - PFT_HEADER_SIZE;
 static_assert(MAX_FRAGMENT_SIZE == 4954, "as the option says");
 constexpr MscMode MSC_MODES[] = {MSC_64QAM, MSC_16QAM, MSC_64QAM_HIERARCHICAL_IQ, MSC_64QAM_HIERARCHICAL_I};
 

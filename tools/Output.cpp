@@ -9,6 +9,7 @@ void PrepareTool() {
     platform::SecureStandardHandles();
     platform::SilencePrint();
     platform::CatchInterrupts();
+    platform::IgnoreBrokenPipes();
 }
 
 void PrintLine(const std::string& aLine) {

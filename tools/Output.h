@@ -2,7 +2,8 @@
 
 #include <string>
 
-// What a tool does before anything else: standard output is for its data alone, and SIGINT and SIGTERM are remembered.
+// What a tool does before anything else: standard output is for its data alone, and the wish to end (Interrupt.h)
+// is remembered.
 void PrepareTool();
 
 // Writes a line to standard output, through to the reader.

@@ -19,9 +19,6 @@ bool Progress::IsDue() const {
 }
 
 void Progress::Show(const std::string& aText) {
-    if (!cTerminal) {
-        return;
-    }
     Clear();
     cShown = true;
     cLastTick = platform::TickCount();
@@ -30,7 +27,7 @@ void Progress::Show(const std::string& aText) {
 
 void Progress::Clear() {
     if (cShown) {
-        std::fprintf(stderr, "\r%*s\r", WIDTH, "");
+        std::fputs("\r\x1B[K", stderr);  // to the line's start, and clear it
     }
     cShown = false;
 }

@@ -13,7 +13,7 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     bool IsDue() const;                   // whether there is a line and it has stood for a while
-    void Show(const std::string& aText);  // at most 79 characters, which the narrowest terminal holds
+    void Show(const std::string& aText);  // its first 79 characters, when it is due
     void Clear();
 
 private:

@@ -43,6 +43,9 @@ void RecordTap::Inspect(const Packet& aPacket) {
         return;
     }
     ++cPackets;
+    if (!cHasSequence) {
+        cFirstSequence = lFragment.GetPSeq();
+    }
     cHasSequence = true;
     cSequence = lFragment.GetPSeq();
 }

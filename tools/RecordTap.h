@@ -15,6 +15,8 @@ public:
 
     uint32_t GetPackets() const { return cPackets; }  // AF packets, whole or begun by a fragment
     uint32_t GetDamagedFragments() const { return cDamagedFragments; }
+    // Whether the fragments' numbering goes on from the last record to the first, or there are none.
+    bool IsSeamless() const { return !cHasSequence || static_cast<uint16_t>(cSequence + 1) == cFirstSequence; }
     uint32_t GetRecord() const { return cRecords; }  // the number of the last one, from 1 on, skipped ones included
 
 private:
@@ -25,5 +27,6 @@ private:
     uint32_t cPackets = 0;
     uint32_t cDamagedFragments = 0;
     bool cHasSequence = false;
-    uint16_t cSequence = 0;  // the newest PSeq
+    uint16_t cFirstSequence = 0;  // PSeq
+    uint16_t cSequence = 0;       // the newest one
 };

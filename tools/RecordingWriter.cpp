@@ -27,10 +27,10 @@ bool RecordingWriter::AddFrame(const Packet& aTagPacket, std::string* apError) {
     } else if (!Cut(lPacket, apError)) {
         return false;
     }
-    if (cBytes.size() > MAX_RECORDING_SIZE) {
+    if (cBytes.size() > FILE_MAX_SIZE) {
         cBytes.resize(lSizeBefore);
-        *apError = "a recording has " + std::to_string(MAX_RECORDING_SIZE) + " bytes at most; " +
-                   std::to_string(cFrames) + " frames would fit";
+        *apError = "a recording has " + std::to_string(FILE_MAX_SIZE) + " bytes at most; " + std::to_string(cFrames) +
+                   " frames would fit";
         return false;
     }
     ++cFrames;
@@ -39,9 +39,10 @@ bool RecordingWriter::AddFrame(const Packet& aTagPacket, std::string* apError) {
 
 bool RecordingWriter::Cut(const Packet& aAFPacket, std::string* apError) {
     const uint32_t lCount = (aAFPacket.cSize - 1) / cFormat.mFragmentSize + 1;
-    if (lCount > MAX_FRAGMENTS) {
+    if (lCount > PFT_MAX_SUB_PACKETS) {
         *apError = "fragments of " + std::to_string(cFormat.mFragmentSize) + " bytes cut a frame into " +
-                   std::to_string(lCount) + " pieces; " + std::to_string(MAX_FRAGMENTS) + " can be put together again";
+                   std::to_string(lCount) + " pieces; " + std::to_string(PFT_MAX_SUB_PACKETS) +
+                   " can be put together again";
         return false;
     }
     const uint32_t lLast = (aAFPacket.cSize - 1) % cFormat.mFragmentSize + 1;

@@ -5,19 +5,16 @@
 #include <vector>
 
 #include "Networking/CRC16.h"
+#include "Networking/FileLayer.h"
+#include "Networking/PFTLayer.h"
 #include "Networking/Packet.h"
-
-// What a player of recordings takes.
-constexpr size_t MAX_RECORDING_SIZE = 0x80000;
-constexpr uint32_t MAX_RECORD_PACKET_SIZE = 4968;
-constexpr uint32_t MAX_FRAGMENTS = 80;  // of one AF packet
 
 // Wraps TAG packets into DCP packets (ETSI TS 102 821) and these into the records of a recording in memory.
 class RecordingWriter {
 public:
     struct Format {
         bool mPft = false;
-        uint32_t mFragmentSize = 512;  // bytes of AF packet in a PFT fragment; 1 to the room in MAX_RECORD_PACKET_SIZE
+        uint32_t mFragmentSize = 512;  // bytes of AF packet in a PFT fragment; 1 to the room in FILE_MAX_PACKET_SIZE
         bool mTime = true;             // records have the time item
         uint16_t mFirstSequence = 0;   // of the AF packets and of PSeq
     };

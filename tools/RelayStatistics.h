@@ -13,6 +13,7 @@ public:
     void Lost(uint64_t aUnits) { cLost += aUnits; }
 
     uint64_t GetReceived() const { return cReceived; }
+    uint64_t GetSent() const { return cSent; }
 
     // Milliseconds since the start; to be asked once in 49 days at least, when the tick count wraps.
     uint64_t Elapsed();

@@ -16,7 +16,7 @@ std::string StatusText(uint32_t aCode) {
         case DCP_TRANSPORT_NOT_SUPPORTED:
             return "this transport or protection is not available";
         case UDP_INVALID_PORT:
-            return "a UDP port is 1024 or above";
+            return "a UDP port is a number from 1024 to 65535";
         case UDP_INVALID_ADDRESS:
             return "a host is a dotted IPv4 address, or any";
         case UDP_SOCKET_FAILED:

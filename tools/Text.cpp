@@ -24,6 +24,15 @@ std::string Printable(std::string_view aBytes) {
     return lText;
 }
 
+std::string WithoutControls(std::string_view aText) {
+    std::string lText;
+    for (const char lByte : aText) {
+        const bool lControl = (lByte >= 0 && lByte < ' ') || lByte == 0x7F;
+        lText += lControl ? Formatted("\\x%02X", lByte) : std::string(1, lByte);
+    }
+    return lText;
+}
+
 std::string JsonText(std::string_view aBytes) {
     std::string lText = "\"";
     for (const char lByte : aBytes) {

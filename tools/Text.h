@@ -9,6 +9,9 @@
 // Bytes as they may come from a network, as text for people: what is no printable ASCII character as \xHH.
 std::string Printable(std::string_view aBytes);
 
+// One line of text for a terminal: control characters as \xHH.
+std::string WithoutControls(std::string_view aText);
+
 // As a JSON string with its quotes, in ASCII: every other byte as the character of that code.
 std::string JsonText(std::string_view aBytes);
 

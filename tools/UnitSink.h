@@ -20,6 +20,7 @@ public:
 
     uint32_t GetCode() const { return cCode; }  // of the last result but SENT
 
+    bool IsFile() const { return cEndpoint.ciFileLayer != nullptr; }
     bool IsFull() const;  // a recording has as many units as it may have
     uint64_t GetRecordedBytes() const;
 

@@ -98,6 +98,9 @@ void UnitSource::NoteEnd() {
         cFindings.push_back({FAULT_RECORD_CUT_OFF, "behind record " + std::to_string(cTap->GetRecord())});
     }
     NoteNew(FAULT_PACKET_LEFT_OUT, cTap->GetPackets(), &cPackets, "somewhere before the end");
+    if (!cTap->IsSeamless()) {
+        cFindings.push_back({FAULT_SEAM, "the fragments' numbers do not go on there"});
+    }
 }
 
 // Notes that a count has grown beyond what is known of it.

@@ -23,7 +23,7 @@ public:
     // A reason goes to *apError, as in OpenEndpoint.
     int Open(const std::string& aAddress, Protocol aProtocol, uint32_t aLocalInterface, std::string* apError);
 
-    // From now on what arrives over a network is kept for Receive, ten units at most.
+    // From now on what arrives over a network is kept for Receive, TOOL_FIFO_CAPACITY units at most.
     void Start();
 
     // With UNIT apOut, a packet of capacity 0, views the unit until the next Receive.

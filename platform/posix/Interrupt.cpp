@@ -19,13 +19,17 @@ void Remember(int) {
 void CatchInterrupts() {
     struct sigaction lAction = {};
     lAction.sa_handler = Remember;
-    lAction.sa_flags = SA_RESTART;
-    sigaction(SIGINT, &lAction, nullptr);
-    sigaction(SIGTERM, &lAction, nullptr);
+    lAction.sa_flags = static_cast<int>(SA_RESTART | SA_RESETHAND);
+    for (const int lSignal : {SIGINT, SIGTERM, SIGHUP})
+        sigaction(lSignal, &lAction, nullptr);
 }
 
 bool Interrupted() {
     return sInterrupted;
+}
+
+void IgnoreBrokenPipes() {
+    signal(SIGPIPE, SIG_IGN);
 }
 
 }  // namespace platform
