@@ -191,7 +191,9 @@ TEST_F(PFTLayerTest, RefusesToSend) {
 
 TEST_F(PFTLayerTest, ReadsTheSupportedErrorsFromTheRegistry) {
     setenv("VESTRAL_REGISTRY", "registry.reg", 1);
-    const std::pair<const char*, uint32_t> CASES[] = {{"0", 1}, {"5", 5}, {"9", 7}, {"ffffffff", 7}, {"?", 1}};
+    EXPECT_EQ(1u, PFTLayer().ciSupportedErrors);  // no registry at all
+    const std::pair<const char*, uint32_t> CASES[] = {{"0", 1}, {"1", 1},        {"5", 5},
+                                                      {"9", 7}, {"ffffffff", 7}, {"?", 1}};
     for (const auto& [lText, lExpected] : CASES) {
         std::ofstream("registry.reg") << "[HKEY_LOCAL_MACHINE\\SOFTWARE\\VESTRAL\\Drm\\Settings]\n"
                                       << "\"PftSupportedErrors\"=dword:" << lText << "\n";
