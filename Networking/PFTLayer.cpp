@@ -73,6 +73,7 @@ uint32_t PFTLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIn
             default:
                 CHECK_INVARIANT_AS(ciRxState == RX_RESET, "0");
                 cpcQueue->Clear();
+                cPassed = 0;
                 ResetSubPackets();  // of a packet of which nothing but gaps was there
                 ciRxState = RX_WAIT_FIRST;
                 break;
@@ -138,6 +139,7 @@ PFTLayer::Outcome PFTLayer::WaitNext(uint32_t* apTimeOut) {
     switch (ReceiveNext(apTimeOut)) {
         case STORED:
             cBrake.Useful();
+            cPassed = 0;
             if (StoreFragment())
                 ciRxState = RX_COMPLETE;
             else if (cidwFIDXIndex == 0)
@@ -145,7 +147,7 @@ PFTLayer::Outcome PFTLayer::WaitNext(uint32_t* apTimeOut) {
             break;
         case EARLY:
             cBrake.Useless(QueueFragment(cpcFragment.get()) ? RetryBrake::SILENT : RetryBrake::REPORTED, apTimeOut);
-            if (cpcQueue->GetCount() >= PFT_QUEUE_PATIENCE)
+            if (cpcQueue->GetCount() + cPassed >= PFT_QUEUE_PATIENCE)
                 ciRxState = RX_GAP;
             break;
         case FAILED:
@@ -247,12 +249,13 @@ bool PFTLayer::CheckQueue() {
 }
 
 // Late and repeated fragments of packets that are over: nothing takes them any more, and what is behind them would
-// wait.
+// wait. They still count as waiting, so that a numbering that begins anew a little behind is noticed.
 void PFTLayer::DropPassedFragments() {
     while (!cpcQueue->IsEmpty() && static_cast<int16_t>(cpcQueue->PeekSequence() - ciwPSeq) < 0) {
         Packet* lpStored = nullptr;
         uint32_t lIgnored = 0;
         cpcQueue->GetFirst(&lpStored, &lIgnored, &lIgnored, &lIgnored);
+        ++cPassed;
     }
 }
 

@@ -131,6 +131,7 @@ private:
 
     Format cFormat;             // of the fragment last stored
     bool cPartsAgree = true;    // the fragments of the packet in hand have one format
+    uint32_t cPassed = 0;       // fragments dropped from the queue, as they were passed, since the last useful one
     uint32_t cEpoch = 0x10000;  // added to PSeq in the queue, raised when ciwPSeq wraps, so that its order is circular
     RetryBrake cBrake{RetryBrake::SMALL_CREDIT};
 };
