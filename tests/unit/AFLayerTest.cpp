@@ -18,7 +18,7 @@ std::string Framed(uint16_t aSequence, char aType = 'T') {
     char lType[2] = {aType, '\0'};
     AFPacket lPacket(100, 1, 0);
     lPacket.SetCRCEngine(&lEngine);
-    lPacket.WritePayload(static_cast<uint32_t>(lText.size()), reinterpret_cast<const unsigned char*>(lText.data()));
+    lPacket.WritePayload(static_cast<uint32_t>(lText.size()), Octets(lText));
     lPacket.cPayloadProtocol = lType;
     lPacket.SetHeader(aSequence, true);
     lPacket.SetCRC(true);
@@ -32,38 +32,28 @@ protected:
         cLayer.RegisterTag("T", nullptr);
     }
 
-    std::string ReceiveAll() { return ::ReceiveAll(cLayer, "T"); }
-
     FakeTransport cTransport;
     AFLayer cLayer;
 };
 
 TEST_F(AFLayerTest, FramesWithSequenceAndCRC) {
-    const unsigned char lBytes[] = {1, 2, 3, 4};
-    Packet lPacket(4);
-    lPacket.Write(4, lBytes);
-    lPacket.cProtocol = "T";
+    TextPacket lPacket("\1\2\3\4", "T");
     cLayer.ciUseCRC = true;
     cLayer.ciSequence = 1;
     ASSERT_EQ(1u, cLayer.Send(&lPacket));
     EXPECT_EQ(std::string("AF\0\0\0\4\0\1\x90T\1\2\3\4\xA8\xED", 16), cTransport.cSent.back());
     cTransport.cSendCode = 12;
-    EXPECT_EQ(0u, cLayer.Send(&lPacket));
-    EXPECT_EQ(12u, cLayer.GetError());
+    EXPECT_EQ(12u, CodeOf(cLayer, cLayer.Send(&lPacket)));
     EXPECT_EQ(2, cLayer.ciSequence);  // not used up
     cLayer.ciMaxPacketSize = 3;
-    EXPECT_EQ(0u, cLayer.Send(&lPacket));
-    EXPECT_EQ(LAYER_PACKET_TOO_BIG, cLayer.GetError());
+    EXPECT_EQ(LAYER_PACKET_TOO_BIG, CodeOf(cLayer, cLayer.Send(&lPacket)));
     lPacket.cProtocol = "AF";
-    EXPECT_EQ(0u, cLayer.Send(&lPacket));
-    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, cLayer.GetError());
+    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, CodeOf(cLayer, cLayer.Send(&lPacket)));
 }
 
 TEST_F(AFLayerTest, FollowsSequenceNumbers) {
-    struct {
-        std::vector<int> mSequences;  // -1: the transport has nothing; -2: it fails
-        const char* mExpected;
-    } const CASES[] = {
+    // What comes (-1: nothing, -2: a failure), and what the layer makes of it.
+    const std::pair<std::vector<int>, const char*> CASES[] = {
         {{7, 8, 9}, "7 8 9 "},
         {{7, 9, 8}, "7 8 9 "},
         {{7, 10, 9, 8, 11}, "7 8 9 10 11 "},
@@ -77,10 +67,10 @@ TEST_F(AFLayerTest, FollowsSequenceNumbers) {
         {{7, 9, -1, 8, 9}, "7 2 8 9 "},
         {{7, 9, -2, 20}, "7 - 20 "},
     };
-    for (const auto& lCase : CASES) {
+    for (const auto& [lSequences, lExpected] : CASES) {
         cLayer.ciState = 0;
         cLayer.ciQueue->Clear();
-        for (const int lSequence : lCase.mSequences) {
+        for (const int lSequence : lSequences) {
             if (lSequence == -1)
                 cTransport.WillTimeOut();
             else if (lSequence == -2)
@@ -88,7 +78,7 @@ TEST_F(AFLayerTest, FollowsSequenceNumbers) {
             else
                 cTransport.WillReceive(Framed(static_cast<uint16_t>(lSequence)));
         }
-        EXPECT_EQ(lCase.mExpected, ReceiveAll());
+        EXPECT_EQ(lExpected, ReceiveAll(cLayer, "T"));
     }
     EXPECT_EQ(11u, cLayer.GetError());  // the transport's
 }
@@ -99,15 +89,13 @@ TEST_F(AFLayerTest, FileModeTakesAnyOrderAndFaultyPacketsAreNamed) {
     lBroken.back() = static_cast<char>(lBroken.back() ^ 1);
     for (const std::string& lBytes : {Framed(9), Framed(3), lBroken, Framed(3), Framed(5, 'X'), Framed(65535)})
         cTransport.WillReceive(lBytes);
-    testing::internal::CaptureStdout();
-    EXPECT_EQ("9 3 - 3 65535 ", ReceiveAll());
-    EXPECT_EQ("AF Packet Parsing Failed\n", testing::internal::GetCapturedStdout());
+    EXPECT_EQ("AF Packet Parsing Failed\n", Printed([&] { EXPECT_EQ("9 3 - 3 65535 ", ReceiveAll(cLayer, "T")); }));
 }
 
 TEST_F(AFLayerTest, WaitsOverAFileOfForeignPackets) {
     for (int lCount = 0; lCount < 200; ++lCount)
         cTransport.WillReceive(Framed(5, 'X'));
-    EXPECT_EQ("", ReceiveAll());
+    EXPECT_EQ("", ReceiveAll(cLayer, "T"));
     EXPECT_EQ(50, std::count(cTransport.cTimeOuts.begin(), cTransport.cTimeOuts.end(), RETRY_DELAY));
 }
 
@@ -124,23 +112,19 @@ TEST(StackTest, SequenceNumbersWrapOnBothSides) {
         lAF[lSide].RegisterTag("T", nullptr);
         lAF[lSide].ciUseCRC = true;
     }
-    Packet lUnit(4);
-    lUnit.cProtocol = "T";
     Packet lOut(0);
     for (uint32_t lCount = 0; lCount < 65536 + 100; ++lCount) {
-        lUnit.Rewind();
-        lUnit.SetSize(0);
-        lUnit.Write(4, reinterpret_cast<const unsigned char*>(&lCount));
+        TextPacket lUnit(std::to_string(lCount), "T");
         ASSERT_EQ(1u, lAF[0].Send(&lUnit));
         lTransport.LoopBack();
         uint32_t lTimeOut = 0;
         ASSERT_EQ(1u, lAF[1].Receive(&lOut, &lTimeOut, 0)) << lCount;
         ASSERT_EQ(BytesOf(lUnit), BytesOf(lOut));
     }
-    EXPECT_EQ(100, lAF[0].ciSequence);
-    EXPECT_EQ(100, lPFT[0].ciwPSeq);
-    EXPECT_EQ(100, lAF[1].ciSequence);
-    EXPECT_EQ(100, lPFT[1].ciwPSeq);
+    for (int lSide = 0; lSide < 2; ++lSide) {
+        EXPECT_EQ(100, lAF[lSide].ciSequence) << lSide;
+        EXPECT_EQ(100, lPFT[lSide].ciwPSeq) << lSide;
+    }
 }
 
 }  // namespace

@@ -8,6 +8,26 @@
 #include <vector>
 
 #include "Networking/Layer.h"
+#include "tests/unit/TestSupport.h"
+
+inline std::string BytesOf(const Packet& aPacket) {
+    return {reinterpret_cast<const char*>(aPacket.cData), aPacket.GetSize()};
+}
+
+// A packet of exactly these bytes.
+struct TextPacket : Packet {
+    explicit TextPacket(const std::string& aBytes, const char* apProtocol = nullptr)
+        : Packet(static_cast<uint32_t>(aBytes.size())) {
+        Write(cCapacity, Octets(aBytes));
+        cProtocol = apProtocol;
+    }
+};
+
+// The code of an operation that failed, 0 of one that did not.
+template <typename Object>
+uint32_t CodeOf(Object& aObject, uint32_t aResult) {
+    return aResult == 0 ? aObject.GetError() : 0;
+}
 
 struct Exhausted {};  // thrown at the caller when a test's transport has nothing more to say
 
@@ -22,7 +42,7 @@ public:
     uint32_t Send(Packet* apPacket) override {
         if (cSendCode != 0)
             return Fail(cSendCode);
-        cSent.emplace_back(reinterpret_cast<char*>(apPacket->cData), apPacket->GetSize());
+        cSent.push_back(BytesOf(*apPacket));
         return 1;
     }
 
@@ -37,7 +57,7 @@ public:
             return Fail(11);
         cPacket.Rewind();
         cPacket.SetSize(0);
-        cPacket.Write(static_cast<uint32_t>(lBytes.size()), reinterpret_cast<const unsigned char*>(lBytes.data()));
+        cPacket.Write(static_cast<uint32_t>(lBytes.size()), Octets(lBytes));
         lBytes.copy(cProtocol, 2);
         apOut->Share(&cPacket);
         return lResult;
@@ -59,10 +79,6 @@ public:
     Packet cPacket;
     char cProtocol[3] = "";
 };
-
-inline std::string BytesOf(const Packet& aPacket) {
-    return {reinterpret_cast<const char*>(aPacket.cData), aPacket.GetSize()};
-}
 
 // What the layer's Receive gives until its transport is exhausted: packets, of the protocol, "-" for a failure or loss,
 // "2" for nothing.

@@ -2,9 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <string>
-#include <vector>
+#include <tuple>
 
 #include "platform/Clock.h"
 #include "tests/unit/FakeTransport.h"
@@ -23,9 +24,16 @@ std::string Item(const std::string& aName, const std::string& aValue) {
     return Item(aName, static_cast<uint32_t>(8 * aValue.size()), aValue);
 }
 
-std::string Record(const std::string& aPacket, bool aTime = true) {
-    return Item("fio_", (aTime ? Item("time", "12345678") : "") + Item("afpf", aPacket));
+std::string Record(const std::string& aPacket, const std::string& aTime = "12345678") {
+    return Item("fio_", (aTime.empty() ? "" : Item("time", aTime)) + Item("afpf", aPacket));
 }
+
+const std::string PADDING(40, 'p');
+const std::string A = Record("AF1" + PADDING);
+const std::string B = Record("PF2" + PADDING, "");
+const std::string C = Record("AF3" + PADDING);
+const std::string FOREIGN = Record("XY" + PADDING);
+const std::string JUNK = Item("junk", PADDING);
 
 void WriteFile(const std::string& aBytes) {
     std::ofstream("rec.mdi", std::ios::binary) << aBytes;
@@ -40,7 +48,7 @@ protected:
 
     // The first bytes of the packets that aCount requests give, or the result and code of a request that gave none.
     // Each request must do without the wait that the one before asked for.
-    std::string Receive(int aCount) {
+    std::string Receive(std::ptrdiff_t aCount) {
         std::string lAll;
         Packet lOut(0);
         while (aCount-- > 0) {
@@ -55,9 +63,15 @@ protected:
     }
 
     uint32_t SendPacket(const std::string& aBytes) {
-        Packet lPacket(static_cast<uint32_t>(aBytes.size()));
-        lPacket.Write(lPacket.cCapacity, reinterpret_cast<const unsigned char*>(aBytes.data()));
+        TextPacket lPacket(aBytes);
         return cLayer.Send(&lPacket);
+    }
+
+    // Result, code and console of an Open to read.
+    std::string Opened(const std::string& aPath) {
+        uint32_t lResult = 0;
+        const std::string lConsole = Printed([&] { lResult = cLayer.Open(aPath.c_str(), false, 0); });
+        return std::to_string(lResult) + ":" + std::to_string(cLayer.GetError()) + lConsole;
     }
 
     static constexpr uint32_t RETRY_DELAY = 800;
@@ -66,70 +80,54 @@ protected:
 };
 
 TEST_F(FileLayerTest, PlaysWhatItCanAndNamesWhatItCannot) {
-    const std::string lPadding(40, 'p');
-    const std::string A = Record("AF1" + lPadding);
-    const std::string B = Record("PF2" + lPadding, false);
-    const std::string C = Record("AF3" + lPadding);
     const std::string TOO_SHORT = "MDI File is too short (31).\n";
     const char* const NO_PACKET = "MDI File doesn't contain at least one AF packet.\n";
     struct {
-        std::string mName;
-        std::string mFile;
-        int mRequests;
-        std::string mExpected;
-        std::string mConsole;
+        const char* mName;
+        std::string mFile, mExpected, mConsole = "";
     } const CASES[] = {
-        {"both forms, in a loop", A + B + C, 5, "AF1 PF2 AF3 AF1 PF2 ", ""},
+        {"both forms, in a loop", A + B + C, "AF1 PF2 AF3 AF1 PF2 "},
         {"foreign items and forms",
-         Item("junk", lPadding) + A + Item("fio_", Item("else", lPadding)) + B +
-             Item("fio_", Item("time", 32, "1234") + Item("afpf", lPadding)),
-         3, "AF1 PF2 AF1 ", ""},
-        {"unregistered packets", Record("XY" + lPadding) + A + Record("") + Record("A" + lPadding), 2, "AF1 AF1 ", ""},
-        {"the largest packet", Record("AF4" + std::string(4965, 'x')) + A, 3, "AF4 AF1 AF4 ", ""},
-        {"larger than that", Record("AF4" + std::string(4966, 'x')) + A, 2, "AF1 AF1 ", ""},
-        {"nothing to deliver", Record("XY" + lPadding) + Record("YX" + lPadding), 2, "0:0 0:0 ", ""},
-        {"cut in a later packet", A + C.substr(0, C.size() - 1), 3, "AF1 2:13 AF1 ", ""},
-        {"cut in a later header", A + C.substr(0, 31), 2, "AF1 AF1 ", ""},
-        {"cut in the first packet", A.substr(0, A.size() - 1), 1, "0:0 ", NO_PACKET},
-        {"a header alone", A.substr(0, 32), 1, "0:0 ", NO_PACKET},
-        {"31 bytes", A.substr(0, 31), 2, "0:0 0:0 ", TOO_SHORT + TOO_SHORT},
-        {"0 bytes", "", 1, "0:0 ", "MDI File is too short (0).\n"},
-        {"lengths beyond all bounds", A + Item("junk", 0xFFFFFFFF, lPadding) + C, 2, "AF1 AF1 ", ""},
-        {"a packet beyond all bounds", A + Item("fio_", 96, Item("afpf", 0xFFFFFFFF, lPadding)) + C, 2, "AF1 AF1 ", ""},
+         JUNK + A + Item("fio_", Item("else", PADDING)) + B +
+             Item("fio_", Item("time", 32, "1234") + Item("afpf", PADDING)),
+         "AF1 PF2 AF1 "},
+        {"unregistered packets", FOREIGN + A + Record("") + Record("A" + PADDING), "AF1 AF1 "},
+        {"the largest packet", Record("AF4" + std::string(4965, 'x')) + A, "AF4 AF1 AF4 "},
+        {"larger than that", Record("AF4" + std::string(4966, 'x')) + A, "AF1 AF1 "},
+        {"nothing to deliver", FOREIGN + Record("YX" + PADDING), "0:0 0:0 "},
+        {"cut in a later packet", A + C.substr(0, C.size() - 1), "AF1 2:13 AF1 "},
+        {"cut in a later header", A + C.substr(0, 31), "AF1 AF1 "},
+        {"cut in the first packet", A.substr(0, A.size() - 1), "0:0 ", NO_PACKET},
+        {"a header alone", A.substr(0, 32), "0:0 ", NO_PACKET},
+        {"31 bytes", A.substr(0, 31), "0:0 0:0 ", TOO_SHORT + TOO_SHORT},
+        {"0 bytes", "", "0:0 ", "MDI File is too short (0).\n"},
+        {"lengths beyond all bounds", A + Item("junk", 0xFFFFFFFF, PADDING) + C, "AF1 AF1 "},
+        {"a packet beyond all bounds", A + Item("fio_", 96, Item("afpf", 0xFFFFFFFF, PADDING)) + C, "AF1 AF1 "},
     };
     for (const auto& lCase : CASES) {
         SCOPED_TRACE(lCase.mName);
         WriteFile(lCase.mFile);
         ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(lCase.mExpected, Receive(lCase.mRequests));
-        EXPECT_EQ(lCase.mConsole, testing::internal::GetCapturedStdout());
+        const auto lRequests = std::count(lCase.mExpected.begin(), lCase.mExpected.end(), ' ');
+        EXPECT_EQ(lCase.mConsole, Printed([&] { EXPECT_EQ(lCase.mExpected, Receive(lRequests)); }));
     }
 }
 
 TEST_F(FileLayerTest, ReadsARecordingOnceAndNamesItsFaults) {
-    const std::string lPadding(40, 'p');
-    const std::string A = Record("AF1" + lPadding);
-    const std::string B = Record("PF2" + lPadding, false);
-    const std::string JUNK = Item("junk", lPadding);
-    struct {
-        std::string mFile;
-        std::string mPackets;
-        uint32_t mSkipped;
-        bool mCutOff;
-    } const CASES[] = {
+    // A file, its packets, how many records are skipped, and whether the end is cut off.
+    const std::tuple<std::string, std::string, uint32_t, bool> CASES[] = {
         {A + B, "AF1 PF2 ", 0, false},
-        {JUNK + A + Record("XY" + lPadding) + B + Item("junk", 0xFFFFFFFF, ""), "AF1 PF2 ", 2, true},
-        {Record(std::string(4969, 'A')) + A + Item("junk", 0xFFFFFFFF, lPadding), "AF1 ", 2, false},
+        {JUNK + A + FOREIGN + B + Item("junk", 0xFFFFFFFF, ""), "AF1 PF2 ", 2, true},
+        {Record(std::string(4969, 'A')) + A + Item("junk", 0xFFFFFFFF, PADDING), "AF1 ", 2, false},
         {A + B.substr(0, 40), "AF1 ", 0, true},
         {A + B.substr(0, 31), "AF1 ", 0, true},
         {A.substr(0, 40), "", 0, true},
         {A.substr(0, 31), "", 0, true},
         {"", "", 0, false},
     };
-    for (const auto& lCase : CASES) {
-        SCOPED_TRACE(lCase.mFile.substr(0, 50));
-        WriteFile(lCase.mFile);
+    for (const auto& [lFile, lExpected, lSkipped, lCutOff] : CASES) {
+        SCOPED_TRACE(lFile.substr(0, 50));
+        WriteFile(lFile);
         ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
         cLayer.ciOnePass = true;
         std::string lPackets;
@@ -147,38 +145,28 @@ TEST_F(FileLayerTest, ReadsARecordingOnceAndNamesItsFaults) {
             EXPECT_TRUE(cLayer.ciAtEnd);
             lResult = cLayer.Receive(&lOut, &lTimeOut, 0);
         }
-        EXPECT_EQ(lCase.mPackets, lPackets);
-        EXPECT_EQ(lCase.mSkipped, cLayer.ciSkippedRecords);
-        EXPECT_EQ(lCase.mCutOff, cLayer.ciCutOff);
+        EXPECT_EQ(lExpected, lPackets);
+        EXPECT_EQ(lSkipped, cLayer.ciSkippedRecords);
+        EXPECT_EQ(lCutOff, cLayer.ciCutOff);
     }
 }
 
 TEST_F(FileLayerTest, OpensUpToItsLimit) {
-    struct {
-        size_t mSize;
-        uint32_t mResult;
-        const char* mConsole;
-    } const CASES[] = {{524288, 1, ""}, {524289, 0, "MDI file size (524289) is too big.\n"}};
-    for (const auto& lCase : CASES) {
-        WriteFile(std::string(lCase.mSize, 'x'));
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(lCase.mResult, cLayer.Open("rec.mdi", false, 0));
-        EXPECT_EQ(lCase.mConsole, testing::internal::GetCapturedStdout());
-        EXPECT_EQ(lCase.mResult == 1 ? 0u : FILE_OPEN_FAILED, cLayer.GetError());
-    }
+    const std::string FAILED = "0:" + std::to_string(FILE_OPEN_FAILED);
+    WriteFile(std::string(524288, 'x'));
+    EXPECT_EQ("1:0", Opened("rec.mdi"));
+    WriteFile(std::string(524289, 'x'));
+    EXPECT_EQ(FAILED + "MDI file size (524289) is too big.\n", Opened("rec.mdi"));
     const std::string lLongPath = std::string(60, 'd') + "/" + std::string(60, 'f');
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(0u, cLayer.Open(lLongPath.c_str(), false, 0));
-    EXPECT_EQ("\n\tUnable to open MDI file\n", testing::internal::GetCapturedStdout());
-    EXPECT_EQ(FILE_OPEN_FAILED, cLayer.GetError());
+    EXPECT_EQ(FAILED + "\n\tUnable to open MDI file\n", Opened(lLongPath));
     std::filesystem::create_directory(std::string(60, 'd'));
-    std::ofstream(lLongPath) << Record("AF1" + std::string(40, 'x'));
-    EXPECT_EQ(1u, cLayer.Open(lLongPath.c_str(), false, 0));
+    std::ofstream(lLongPath) << A;
+    EXPECT_EQ("1:0", Opened(lLongPath));
     EXPECT_EQ("AF1 ", Receive(1));
 }
 
 TEST_F(FileLayerTest, SleepsTheDelayOnce) {
-    WriteFile(Record("AF1" + std::string(40, 'x')));
+    WriteFile(A);
     ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
     Packet lOut(0);
     uint32_t lTimeOut = 60;
@@ -196,35 +184,26 @@ TEST_F(FileLayerTest, RecordsUntilTheLimitIsCounted) {
         return std::string("AF\0\0\0\0\0", 7) + static_cast<char>(aSequence) + "rest";
     };
     ASSERT_EQ(1u, cLayer.Open("rec.mdi", true, 3));
-    EXPECT_EQ(1u, SendPacket(lFragment(7)));
-    EXPECT_EQ(1u, SendPacket(lFragment(7)));
-    EXPECT_EQ(1u, SendPacket(lPacket(8)));
-    EXPECT_EQ(0u, SendPacket(std::string(4969, 'P')));
-    EXPECT_EQ(LAYER_PACKET_TOO_BIG, cLayer.GetError());
-    for (int lCount = 0; lCount < 2; ++lCount) {
-        EXPECT_EQ(0u, SendPacket(lPacket(9)));
-        EXPECT_EQ(FILE_END, cLayer.GetError());
-    }
-    const auto lRecord = [](const std::string& aTime, const std::string& aPacket) {
-        return Item("fio_", Item("time", aTime) + Item("afpf", aPacket));
-    };
+    for (const std::string& lSent : {lFragment(7), lFragment(7), lPacket(8)})
+        EXPECT_EQ(1u, SendPacket(lSent));
+    EXPECT_EQ(LAYER_PACKET_TOO_BIG, CodeOf(cLayer, SendPacket(std::string(4969, 'P'))));
+    for (int lCount = 0; lCount < 2; ++lCount)
+        EXPECT_EQ(FILE_END, CodeOf(cLayer, SendPacket(lPacket(9))));
     const std::string lFirst("\0\0\0\0\x17\xD7\x84\0", 8);   // 0 s, 400,000,000 ns
     const std::string lSecond("\0\0\0\0\x2F\xAF\x08\0", 8);  // 0 s, 800,000,000 ns
-    EXPECT_EQ(lRecord(lFirst, lFragment(7)) + lRecord(lFirst, lFragment(7)) + lRecord(lSecond, lPacket(8)),
+    EXPECT_EQ(Record(lFragment(7), lFirst) + Record(lFragment(7), lFirst) + Record(lPacket(8), lSecond),
               ReadFile("rec.mdi"));
 
     ASSERT_EQ(1u, cLayer.Open("rec.mdi", true, 3));
     EXPECT_EQ(1u, SendPacket(lPacket(9)));  // the number last recorded: not counted again
-    EXPECT_EQ(lRecord(std::string(8, '\0'), lPacket(9)), ReadFile("rec.mdi"));
+    EXPECT_EQ(Record(lPacket(9), std::string(8, '\0')), ReadFile("rec.mdi"));
     cLayer.Close();
-    EXPECT_EQ(0u, SendPacket(lPacket(9)));
-    EXPECT_EQ(FILE_WRITE_FAILED, cLayer.GetError());
+    EXPECT_EQ(FILE_WRITE_FAILED, CodeOf(cLayer, SendPacket(lPacket(9))));
 }
 
 TEST_F(FileLayerTest, AFullDiskShowsAtOnce) {
     ASSERT_EQ(1u, cLayer.Open("/dev/full", true, 3));
-    EXPECT_EQ(0u, SendPacket("AF123456"));
-    EXPECT_EQ(FILE_WRITE_FAILED, cLayer.GetError());
+    EXPECT_EQ(FILE_WRITE_FAILED, CodeOf(cLayer, SendPacket("AF123456")));
 }
 
 }  // namespace

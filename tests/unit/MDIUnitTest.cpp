@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Networking/StatusCodes.h"
+#include "tests/unit/FakeTransport.h"
 
 namespace {
 
@@ -30,21 +31,10 @@ const std::string TIST = Item("tist", 64, "TISTtist");
 const std::string INFO = Item("info", 40, "hello");
 const std::string WHOLE = PTR + DLFC + FAC + SDC + SDCI + ROBM + TIST + INFO + STR2;
 
-// A packet with a copy of exactly these bytes.
-struct Owner : TAGPacket {
-    explicit Owner(const std::string& aBytes) : TAGPacket(static_cast<uint32_t>(aBytes.size())) {
-        Write(cCapacity, reinterpret_cast<const unsigned char*>(aBytes.data()));
-    }
-};
-
 struct Unit : MDIUnit {
     explicit Unit(const std::string& aBytes) : MDIUnit(0, 0, 0), mOwner(aBytes) { Share(&mOwner); }
-    Owner mOwner;
+    TextPacket mOwner;
 };
-
-std::string Text(const Packet& aPacket) {
-    return std::string(reinterpret_cast<char*>(aPacket.cData), aPacket.cSize);
-}
 
 // Gets each item from one unit and sets it in another; gives the other's code for each.
 std::vector<uint32_t> CopyItems(const MDIUnit& aFrom, MDIUnit* apTo) {
@@ -79,7 +69,9 @@ TEST(TAGPacketTest, WalksItems) {
     for (const auto& [lBytes, lResult, lProtocol] : CASES) {
         SCOPED_TRACE(lBytes);
         char lFound[5] = "none";
-        Owner lPacket(lBytes);
+        const TextPacket lOwner(lBytes);
+        TAGPacket lPacket(0);
+        lPacket.Share(&lOwner);
         EXPECT_EQ(lResult, lPacket.Parse());  // without a place for the protocol
         lPacket.cPayloadProtocol = lFound;
         EXPECT_EQ(lResult, lPacket.Parse());
@@ -93,7 +85,7 @@ TEST(TAGPacketTest, WalksItems) {
         while (lMore)
             lMore = lPacket.ReadItem(&lItem) && lCopy.WriteItem(&lItem);
         EXPECT_EQ(PACKET_READ_OVERFLOW, lPacket.GetError());
-        EXPECT_TRUE(lResult == 0 || Text(lCopy) == lBytes);
+        EXPECT_TRUE(lResult == 0 || BytesOf(lCopy) == lBytes);
         EXPECT_EQ(lItem.mValueLength, std::ceil(lItem.GetBits() / 8.0));
     }
 }
@@ -103,14 +95,14 @@ TEST(MDIUnitTest, BuildsTheWireFormatAndReadsItBack) {
     ASSERT_EQ(1u, lParsed.Parse());
     MDIUnit lBuilt(lParsed.GetSize(), 1, 2), lAgain(lParsed.GetSize(), 1, 2);
     CopyItems(lParsed, &lBuilt);
-    EXPECT_EQ(WHOLE, Text(lBuilt));
+    EXPECT_EQ(WHOLE, BytesOf(lBuilt));
     CopyItems(MDIUnit(lBuilt), &lAgain);
-    EXPECT_EQ(WHOLE, Text(lAgain));
+    EXPECT_EQ(WHOLE, BytesOf(lAgain));
     const std::vector<uint32_t> PRESENT = {MDI_DLFC_PRESENT,      MDI_FAC_PRESENT,   MDI_SDC_PRESENT,
                                            MDI_SDCI_PRESENT,      MDI_ROBM_PRESENT,  MDI_TIST_PRESENT,
                                            PACKET_WRITE_OVERFLOW, MDI_STREAM_PRESENT};  // info may repeat: no room
     EXPECT_EQ(PRESENT, CopyItems(lBuilt, &lAgain));
-    EXPECT_EQ(WHOLE, Text(lAgain));
+    EXPECT_EQ(WHOLE, BytesOf(lAgain));
     uint32_t lUntouched = 7;
     for (uint16_t lOther = 0; lOther < 5; lOther += 4)
         EXPECT_EQ(0u, lBuilt.GetStream(lOther, &lUntouched, nullptr)) << lOther;
@@ -152,11 +144,11 @@ TEST(MDIUnitTest, NeverReadsPastACutUnit) {
         ExpectParse(MDI_ITEM_MISSING, WHOLE.substr(0, lSize));
     Unit lUnit(WHOLE);
     ASSERT_EQ(1u, lUnit.Parse());
-    const Owner lShort(WHOLE.substr(0, 26));  // ends within the first of the items that were found
+    const TextPacket lShort(WHOLE.substr(0, 26));  // ends within the first of the items that were found
     lUnit.Share(&lShort);
     MDIUnit lCopy(100, 1, 2);
     CopyItems(lUnit, &lCopy);
-    EXPECT_EQ(PTR, Text(lCopy));
+    EXPECT_EQ(PTR, BytesOf(lCopy));
     EXPECT_EQ(0u, lUnit.SetDlfc(5, true));
     EXPECT_EQ(0u, lUnit.Parse());
 }
@@ -165,7 +157,7 @@ TEST(MDIUnitTest, RenumbersInPlace) {
     Unit lUnit(Instead(PTR, PTR + INFO));
     ASSERT_EQ(1u, lUnit.Parse());
     EXPECT_EQ(1u, lUnit.SetDlfc(0x010305, true));
-    EXPECT_EQ(Instead(PTR + DLFC, PTR + INFO + Item("dlfc", 32, "\0\1\3\5"s)), Text(lUnit));
+    EXPECT_EQ(Instead(PTR + DLFC, PTR + INFO + Item("dlfc", 32, "\0\1\3\5"s)), BytesOf(lUnit));
 
     MDIUnit lBuilt(50, 0, 0);
     EXPECT_EQ(1u, lBuilt.SetDlfc(7, true));  // none there yet: appended

@@ -5,18 +5,14 @@
 #include <algorithm>
 #include <string>
 
-#include "Networking/StatusCodes.h"
+#include "tests/unit/FakeTransport.h"
 
 namespace {
-
-const unsigned char* Bytes(const char* apText) {
-    return reinterpret_cast<const unsigned char*>(apText);
-}
 
 // "abcdef" in a buffer of 8; "cde" is the payload.
 struct Filled : Packet {
     Filled() : Packet(8) {
-        Write(6, Bytes("abcdef"));
+        Write(6, Octets("abcdef"));
         cProtocol = "AF";
         cPayloadProtocol = mPayloadProtocol;
         cPayload = cData + 2;
@@ -38,14 +34,14 @@ TEST(PacketTest, CutsAWriteAtTheCapacity) {
     for (const uint32_t lLeft : {0u, 2u, 5u})
         for (const uint32_t lLength : {0u, lLeft, lLeft + 1, UINT32_MAX}) {
             Packet lPacket(5);
-            lPacket.Write(5 - lLeft, Bytes("abcde"));
-            EXPECT_EQ(lLength <= lLeft ? 1u : 0u, lPacket.Write(lLength, Bytes("fghijk")))
+            lPacket.Write(5 - lLeft, Octets("abcde"));
+            EXPECT_EQ(lLength <= lLeft ? 1u : 0u, lPacket.Write(lLength, Octets("fghijk")))
                 << lLength << " into " << lLeft;
             EXPECT_EQ(5 - lLeft + std::min(lLength, lLeft), lPacket.GetSize());
             EXPECT_EQ(lLength <= lLeft ? 0u : PACKET_WRITE_OVERFLOW, lPacket.GetError());
             EXPECT_EQ(0u, lPacket.GetError());
         }
-    EXPECT_EQ(0u, Packet(0).Write(1, Bytes("a")));
+    EXPECT_EQ(0u, Packet(0).Write(1, Octets("a")));
 }
 
 TEST(PacketTest, CutsAReadAtTheValidBytes) {
@@ -57,7 +53,7 @@ TEST(PacketTest, CutsAReadAtTheValidBytes) {
         EXPECT_EQ(PACKET_READ_OVERFLOW, lPacket.GetError());
     }
     lPacket.Rewind();
-    lPacket.Write(2, Bytes("xy"));
+    lPacket.Write(2, Octets("xy"));
     EXPECT_EQ(Got(1, "xycdef"), ReadText(&lPacket, 6));
     lPacket.SetSize(100);  // more than there is room for
     EXPECT_EQ(0u, ReadText(&lPacket, 50).first);
@@ -65,11 +61,10 @@ TEST(PacketTest, CutsAReadAtTheValidBytes) {
 }
 
 TEST(PacketTest, WritesThePayloadInItsPlace) {
-    EXPECT_EQ(0u, Packet(8).WritePayload(1, Bytes("a")));  // no payload view yet
+    EXPECT_EQ(0u, Packet(8).WritePayload(1, Octets("a")));  // no payload view yet
     Filled lPacket;
     lPacket.SetSize(2);
-    EXPECT_EQ(0u, lPacket.WritePayload(7, Bytes("tuvwxyz")));
-    EXPECT_EQ(PACKET_WRITE_OVERFLOW, lPacket.GetError());
+    EXPECT_EQ(PACKET_WRITE_OVERFLOW, CodeOf(lPacket, lPacket.WritePayload(7, Octets("tuvwxyz"))));
     EXPECT_EQ(lPacket.cData + 6, lPacket.cWritePosition);
     EXPECT_EQ(Got(1, "abtuvwxy"), ReadText(&lPacket, 8));
     unsigned char lPayload[6];
@@ -92,7 +87,7 @@ TEST(PacketTest, ViewsBytesOfAnother) {
     Packet lCopy(lView);
     EXPECT_EQ(lOwner.cPayload, lCopy.cData);
     for (Packet* lpFull : {&lView, &lCopy})
-        EXPECT_EQ(0u, lpFull->Write(1, Bytes("x")));
+        EXPECT_EQ(0u, lpFull->Write(1, Octets("x")));
     lOwner.cPayload = nullptr;
     lView.SharePayload(&lOwner);
     EXPECT_EQ(0u, lView.GetSize());
@@ -100,10 +95,10 @@ TEST(PacketTest, ViewsBytesOfAnother) {
 
 TEST(PacketTest, CopyOwnsItsOwnBytes) {
     Filled lSource;
-    lSource.Write(3, Bytes("ghi"));
+    lSource.Write(3, Octets("ghi"));
     Packet lCopy(lSource);
     lSource.Rewind();
-    lSource.Write(4, Bytes("wxyz"));
+    lSource.Write(4, Octets("wxyz"));
     EXPECT_EQ(0u, lCopy.GetError());
     EXPECT_EQ(lCopy.cData + 2, lCopy.cPayload);
     EXPECT_EQ(3u, lCopy.cPayloadSize);

@@ -11,28 +11,30 @@
 
 namespace {
 
-class NumberedPacket : public Packet {
-public:
-    explicit NumberedPacket(int aNumber) : Packet(1) {
-        const auto lByte = static_cast<unsigned char>(aNumber);
-        Write(1, &lByte);
-        cProtocol = "T";
+struct NumberedPacket : TextPacket {
+    explicit NumberedPacket(int aNumber) : TextPacket(std::string(1, static_cast<char>(aNumber)), "T") {
         cPayloadProtocol = cName;
     }
     char cName[5] = "DMDI";
 };
 
+// The oldest packet: its number and protocols.
+std::string Take(PacketFifo& aFifo, uint32_t aTimeOut) {
+    Packet* lpPacket = nullptr;
+    EXPECT_EQ(1u, aFifo.Get(&lpPacket, aTimeOut));
+    const std::unique_ptr<Packet> lPacket(lpPacket);
+    return std::to_string(lPacket->cData[0]) + " " + lPacket->cProtocol + " " + lPacket->cPayloadProtocol;
+}
+
 TEST(LayerTest, TakesTwoTagsOnce) {
     FakeTransport lLayer;
     uint32_t lIndex = 9;
-    EXPECT_EQ(1u, lLayer.RegisterTag("DMDI", &lIndex));
-    EXPECT_EQ(0u, lIndex);
-    EXPECT_EQ(1u, lLayer.RegisterTag("DMCI", &lIndex));
-    EXPECT_EQ(1u, lIndex);
-    EXPECT_EQ(1u, lLayer.RegisterTag(std::string("DMDI").c_str(), &lIndex));
-    EXPECT_EQ(1u, lIndex);
-    EXPECT_EQ(0u, lLayer.RegisterTag("DSDI", nullptr));
-    EXPECT_EQ(LAYER_TOO_MANY_TAGS, lLayer.GetError());
+    const std::pair<std::string, uint32_t> TAGS[] = {{"DMDI", 0}, {"DMCI", 1}, {"DMDI", 1}};
+    for (const auto& [lTag, lExpected] : TAGS) {
+        EXPECT_EQ(1u, lLayer.RegisterTag(lTag.c_str(), &lIndex));
+        EXPECT_EQ(lExpected, lIndex) << lTag;
+    }
+    EXPECT_EQ(LAYER_TOO_MANY_TAGS, CodeOf(lLayer, lLayer.RegisterTag("DSDI", nullptr)));
     EXPECT_EQ(0u, lLayer.GetError());
     EXPECT_EQ(1u, lLayer.GetTagIndex("DMCI"));
     EXPECT_EQ(LAYER_NO_TAG_INDEX, lLayer.GetTagIndex("DSDI"));
@@ -59,14 +61,8 @@ TEST(PacketFifoTest, KeepsOwnCopiesInOrderUpToItsCapacity) {
         lPacket.cName[0] = '?';
     }
     EXPECT_TRUE(lFifo.IsFull());
-    for (const int lNumber : {1, 2, 3}) {
-        Packet* lpPacket = nullptr;
-        ASSERT_EQ(1u, lFifo.Get(&lpPacket, FIFO_NO_WAIT));
-        const std::unique_ptr<Packet> lPacket(lpPacket);
-        EXPECT_EQ(lNumber, lPacket->cData[0]);
-        EXPECT_STREQ("T", lPacket->cProtocol);
-        EXPECT_STREQ("DMDI", lPacket->cPayloadProtocol);
-    }
+    for (const int lNumber : {1, 2, 3})
+        EXPECT_EQ(std::to_string(lNumber) + " T DMDI", Take(lFifo, FIFO_NO_WAIT));
     EXPECT_TRUE(lFifo.IsEmpty());
     const NumberedPacket lLast(5);
     EXPECT_EQ(1u, lFifo.Put(&lLast));  // freed by the destructor
@@ -75,9 +71,7 @@ TEST(PacketFifoTest, KeepsOwnCopiesInOrderUpToItsCapacity) {
 TEST(PacketFifoTest, TimesOutAloud) {
     PacketFifo lFifo(1);
     Packet* lpPacket = nullptr;
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(2u, lFifo.Get(&lpPacket, 5));
-    EXPECT_EQ("TIME_OUT on ciSemaphore->obtain\n", testing::internal::GetCapturedStdout());
+    EXPECT_EQ("TIME_OUT on ciSemaphore->obtain\n", Printed([&] { EXPECT_EQ(2u, lFifo.Get(&lpPacket, 5)); }));
 }
 
 TEST(PacketFifoTest, CarriesEverythingBetweenThreads) {
@@ -86,18 +80,12 @@ TEST(PacketFifoTest, CarriesEverythingBetweenThreads) {
     std::thread lProducer([&lFifo] {
         for (int lNumber = 0; lNumber < COUNT;) {
             const NumberedPacket lPacket(lNumber);
-            if (lFifo.Put(&lPacket) == 1)
-                ++lNumber;
-            else
-                std::this_thread::yield();
+            lNumber += static_cast<int>(lFifo.Put(&lPacket));
+            std::this_thread::yield();
         }
     });
-    for (int lNumber = 0; lNumber < COUNT; ++lNumber) {
-        Packet* lpPacket = nullptr;
-        ASSERT_EQ(1u, lFifo.Get(&lpPacket, 0));
-        const std::unique_ptr<Packet> lPacket(lpPacket);
-        ASSERT_EQ(static_cast<unsigned char>(lNumber), lPacket->cData[0]);
-    }
+    for (int lNumber = 0; lNumber < COUNT; ++lNumber)
+        EXPECT_EQ(std::to_string(lNumber % 256) + " T DMDI", Take(lFifo, 0));
     lProducer.join();
 }
 
@@ -115,9 +103,7 @@ TEST(PacketQueueTest, OrdersBySequenceAroundTheCircleAndIndex) {
             EXPECT_EQ(1u, lQueue.Insert(&lPacket, lSequence, lIndex, lSequence + lIndex));
         for (const auto& lExpected : lOut) {
             Packet* lpStored = nullptr;
-            uint32_t lSequence = 0;
-            uint32_t lIndex = 0;
-            uint32_t lExtra = 0;
+            uint32_t lSequence = 0, lIndex = 0, lExtra = 0;
             EXPECT_EQ(lExpected.first, lQueue.PeekSequence());
             ASSERT_EQ(1u, lQueue.GetFirst(&lpStored, &lSequence, &lIndex, &lExtra));
             EXPECT_EQ(lExpected, std::make_pair(lSequence, lIndex));
@@ -131,8 +117,7 @@ TEST(PacketQueueTest, RefusesWhenFullAndWhenEmpty) {
     PacketQueue lQueue(2);
     Packet* lpStored = nullptr;
     uint32_t lKey = 0;
-    EXPECT_EQ(0u, lQueue.GetFirst(&lpStored, &lKey, &lKey, &lKey));
-    EXPECT_EQ(QUEUE_EMPTY, lQueue.GetError());
+    EXPECT_EQ(QUEUE_EMPTY, CodeOf(lQueue, lQueue.GetFirst(&lpStored, &lKey, &lKey, &lKey)));
     for (const int lNumber : {1, 2, 3}) {
         const NumberedPacket lPacket(lNumber);
         EXPECT_EQ(lNumber <= 2 ? 1u : 0u, lQueue.Insert(&lPacket, static_cast<uint32_t>(lNumber), 0, 0));

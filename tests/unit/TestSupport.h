@@ -1,5 +1,6 @@
 #pragma once
 
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -7,6 +8,7 @@
 #include <fstream>
 #include <iterator>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/Clock.h"
@@ -20,6 +22,24 @@ bool Eventually(Condition aCondition) {
         platform::Sleep(1);
     }
     return false;
+}
+
+// Runs aBody(0), aBody(1) and so on, each on a thread of its own, and waits for all.
+template <typename Body>
+void InThreads(int aCount, Body aBody) {
+    std::vector<std::thread> lThreads;
+    for (int lThread = 0; lThread < aCount; ++lThread)
+        lThreads.emplace_back(aBody, lThread);
+    for (std::thread& lThread : lThreads)
+        lThread.join();
+}
+
+// What aBody prints.
+template <typename Body>
+std::string Printed(Body aBody) {
+    testing::internal::CaptureStdout();
+    aBody();
+    return testing::internal::GetCapturedStdout();
 }
 
 // A UDP port for this process, so that tests may run side by side; the next one is its own too.  Below those that the
@@ -49,6 +69,10 @@ private:
     std::filesystem::path cBefore;
     std::filesystem::path cPath;
 };
+
+inline const unsigned char* Octets(const std::string& aText) {
+    return reinterpret_cast<const unsigned char*>(aText.data());
+}
 
 inline std::string ReadFile(const std::string& aPath) {
     std::ifstream lFile(aPath, std::ios::binary);

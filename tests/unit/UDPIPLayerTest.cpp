@@ -23,9 +23,7 @@ protected:
     }
 
     uint32_t Send(const std::string& aBytes, const char* aProtocol = "PF") {
-        Packet lPacket(static_cast<uint32_t>(aBytes.size()));
-        lPacket.Write(lPacket.cCapacity, reinterpret_cast<const unsigned char*>(aBytes.data()));
-        lPacket.cProtocol = aProtocol;
+        TextPacket lPacket(aBytes, aProtocol);
         return cSender.Send(&lPacket);
     }
 
@@ -36,8 +34,7 @@ protected:
 
 TEST_F(UDPIPLayerTest, OpensOrSaysWhyNot) {
     struct {
-        uint32_t mDirection;
-        uint32_t mPort;
+        uint32_t mDirection, mPort;
         const char* mAddress;
         uint32_t mCode;
         const char* mConsole;
@@ -55,21 +52,18 @@ TEST_F(UDPIPLayerTest, OpensOrSaysWhyNot) {
     };
     for (const auto& lCase : CASES) {
         SCOPED_TRACE(lCase.mAddress != nullptr ? lCase.mAddress : "null");
+        const uint32_t lResult = lCase.mCode == 0 ? 1u : 0u;
         UDPIPLayer lLayer;
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(lCase.mCode == 0 ? 1u : 0u, lLayer.OpenSocket(lCase.mDirection, lCase.mPort, lCase.mAddress, 0));
-        EXPECT_EQ(lCase.mConsole, testing::internal::GetCapturedStdout());
+        EXPECT_EQ(lCase.mConsole, Printed([&] {
+                      EXPECT_EQ(lResult, lLayer.OpenSocket(lCase.mDirection, lCase.mPort, lCase.mAddress, 0));
+                  }));
         EXPECT_EQ(lCase.mCode, lLayer.GetError());
-        EXPECT_EQ(lCase.mCode == 0 ? 1u : 0u, lLayer.ciState);
+        EXPECT_EQ(lResult, lLayer.ciState);
+        // Whatever is open is closed before a port that is refused.
+        EXPECT_EQ(lResult == 1 ? "closesocket in opensocket\n" : "",
+                  Printed([&] { EXPECT_EQ(0u, lLayer.OpenSocket(1, 80, "127.0.0.1", 0)); }));
+        EXPECT_EQ(0u, lLayer.ciState);
     }
-}
-
-TEST_F(UDPIPLayerTest, ClosesBeforeItOpensAgain) {
-    ASSERT_EQ(1u, cSender.OpenSocket(1, PORT, "127.0.0.1", 0));
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(0u, cSender.OpenSocket(1, 80, "127.0.0.1", 0));
-    EXPECT_EQ("closesocket in opensocket\n", testing::internal::GetCapturedStdout());
-    EXPECT_EQ(0u, cSender.ciState);
 }
 
 TEST_F(UDPIPLayerTest, CarriesDatagrams) {
@@ -78,10 +72,8 @@ TEST_F(UDPIPLayerTest, CarriesDatagrams) {
     const std::string lLargest = "PF" + std::string(1470, 'x');
     for (const std::string& lBytes : {std::string("AF"), lLargest})
         EXPECT_EQ(1u, Send(lBytes));
-    EXPECT_EQ(0u, Send(lLargest + "x"));
-    EXPECT_EQ(LAYER_PACKET_TOO_BIG, cSender.GetError());
-    EXPECT_EQ(0u, Send("AF", "T"));
-    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, cSender.GetError());
+    EXPECT_EQ(LAYER_PACKET_TOO_BIG, CodeOf(cSender, Send(lLargest + "x")));
+    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, CodeOf(cSender, Send("AF", "T")));
     for (const char* const lpForeign : {"XY", "P", ""})
         EXPECT_EQ(1u, Send(lpForeign));
     cSender.ciMaxPacketSize = 2000;
@@ -95,16 +87,15 @@ TEST_F(UDPIPLayerTest, CarriesDatagrams) {
     EXPECT_STREQ("AF", lOut.cProtocol);
     EXPECT_EQ(1u, cReceiver.Receive(&lOut, &lTimeOut, 0));
     EXPECT_EQ(lLargest, BytesOf(lOut));
-    testing::internal::CaptureStdout();
+    const auto lPrinted = [&](uint32_t aResult) {
+        return Printed([&] { EXPECT_EQ(aResult, cReceiver.Receive(&lOut, &lTimeOut, 0)); });
+    };
     for (int lForeign = 0; lForeign < 3; ++lForeign)
-        EXPECT_EQ(2u, cReceiver.Receive(&lOut, &lTimeOut, 0));
-    EXPECT_EQ(0u, cReceiver.Receive(&lOut, &lTimeOut, 0));
+        EXPECT_EQ("not registered\n", lPrinted(2)) << lForeign;
+    EXPECT_EQ("receive from socket failed. Error: 90", lPrinted(0));
     EXPECT_EQ(UDP_RECEIVE_FAILED, cReceiver.GetError());
     lTimeOut = 5;
-    EXPECT_EQ(2u, cReceiver.Receive(&lOut, &lTimeOut, 0));
-    EXPECT_EQ(
-        "not registered\nnot registered\nnot registered\nreceive from socket failed. Error: 90Timeout at UDP level\n",
-        testing::internal::GetCapturedStdout());
+    EXPECT_EQ("Timeout at UDP level\n", lPrinted(2));
     EXPECT_EQ(0u, cReceiver.GetError());
     EXPECT_EQ(1474u, cReceiver.GetBytesReceived());
     EXPECT_EQ(0u, cReceiver.GetBytesReceived());
@@ -124,14 +115,12 @@ TEST_F(UDPIPLayerTest, SendsNothingToAnUnreachableDestination) {
     CNameResolutionDaemon::cListLockSemaphore->Wait(platform::Semaphore::NO_TIME_LIMIT);
     CNameResolutionDaemon::cAddressList->front().miStatus = ADDRESS_UNREACHABLE;
     CNameResolutionDaemon::cListLockSemaphore->Release();
-    EXPECT_EQ(0u, Send("PF"));
-    EXPECT_EQ(UDP_SEND_FAILED, cSender.GetError());
+    EXPECT_EQ(UDP_SEND_FAILED, CodeOf(cSender, Send("PF")));
     EXPECT_TRUE(TraceLines().empty());
 }
 
 TEST_F(UDPIPLayerTest, ADeadSocketIsTraced) {
-    EXPECT_EQ(0u, Send("PF"));
-    EXPECT_EQ(UDP_SEND_FAILED, cSender.GetError());
+    EXPECT_EQ(UDP_SEND_FAILED, CodeOf(cSender, Send("PF")));
     ASSERT_EQ(1u, TraceLines().size());
     EXPECT_TRUE(TraceLines()[0].ends_with(" setting Socket TimeOut failed."));
 }
