@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <iterator>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "Networking/DRMNetworkInterface.h"
 #include "Networking/MDIUnit.h"
@@ -28,24 +31,27 @@ std::unique_ptr<MDIUnit> SmallUnit(uint32_t aCounter) {
     return lUnit;
 }
 
+void Start(DRMNetworkInterface& aEndpoint, const std::string& aAddress) {
+    ASSERT_EQ(1u, aEndpoint.Open(aAddress.c_str(), 0)) << aAddress;
+    ASSERT_EQ(1u, aEndpoint.EnableMDI());
+    ASSERT_EQ(1u, aEndpoint.Start());
+}
+
+// The next code of what the endpoint's task does.
+uint32_t AwaitCode(DRMNetworkInterface& aEndpoint) {
+    uint32_t lCode = 0;
+    EXPECT_TRUE(Eventually([&] { return (lCode = aEndpoint.GetError()) != 0; }));
+    return lCode;
+}
+
 class DCPInterfaceTest : public testing::Test {
 protected:
-    void MakeRecording(const char* aPath, uint32_t aUnits) {
+    void MakeRecording(uint32_t aUnits) {
         DRMNetworkInterface lRecorder(1, 0);
-        ASSERT_EQ(1u, lRecorder.Open(
-                          ("dcp.file.pft:" + std::string(aPath) + ":" + std::to_string(aUnits) + ":0").c_str(), 0));
-        ASSERT_EQ(1u, lRecorder.EnableMDI());
-        ASSERT_EQ(1u, lRecorder.Start());
-        uint32_t lCode = 0;
-        for (uint32_t lCounter = 0; lCode == 0; ++lCounter) {
-            ASSERT_LE(lCounter, aUnits);
+        Start(lRecorder, "dcp.file.pft:rec.mdi:" + std::to_string(aUnits) + ":0");
+        for (uint32_t lCounter = 0; lCounter <= aUnits; ++lCounter)
             lRecorder.Send(SmallUnit(lCounter).get());
-            ASSERT_TRUE(Eventually([&] { return lRecorder.ciSendQueue->IsEmpty(); }));
-            lRecorder.ciSemaphore->obtain(RTEMS_WAIT);  // the unit in hand has gone down
-            lRecorder.ciSemaphore->release();
-            lCode = lRecorder.GetError();
-        }
-        EXPECT_EQ(FILE_END, lCode);
+        EXPECT_EQ(FILE_END, AwaitCode(lRecorder));
     }
 
     const TestDirectory cDirectory;
@@ -53,11 +59,9 @@ protected:
 
 TEST_F(DCPInterfaceTest, ReadsAddresses) {
     std::ofstream("rec.mdi") << "x";
-    const std::string lLongName(104, 'n');
     struct {
         std::string mAddress;
-        uint32_t mCode;
-        uint32_t mMode;
+        uint32_t mCode, mMode;
         bool mCRC;
     } const CASES[] = {
         {UDP_ADDRESS, 0, 2, true},
@@ -78,9 +82,7 @@ TEST_F(DCPInterfaceTest, ReadsAddresses) {
     for (const auto& lCase : CASES) {
         SCOPED_TRACE(lCase.mAddress);
         DCPInterface lEndpoint(0);
-        testing::internal::CaptureStdout();
-        EXPECT_EQ(lCase.mCode == 0 ? 1u : 0u, lEndpoint.Open(lCase.mAddress.c_str(), 0));
-        testing::internal::GetCapturedStdout();
+        Printed([&] { EXPECT_EQ(lCase.mCode == 0 ? 1u : 0u, lEndpoint.Open(lCase.mAddress.c_str(), 0)); });
         EXPECT_EQ(lCase.mCode, lEndpoint.GetError());
         EXPECT_EQ(0u, lEndpoint.GetError());
         ASSERT_EQ(lCase.mCode == 0, lEndpoint.ciPFTLayer != nullptr);
@@ -93,33 +95,22 @@ TEST_F(DCPInterfaceTest, ReadsAddresses) {
         EXPECT_EQ(lIsFile, lEndpoint.ciAFLayer->ciFileMode);
         const uint32_t lMaximum = lCase.mMode != 0 ? 15000 : lIsFile ? 4950 : 1458;
         EXPECT_EQ(lMaximum - 12, lEndpoint.ciMaxPacketSize);
-        EXPECT_EQ(0u, lEndpoint.Open(UDP_ADDRESS.c_str(), 0));  // open already
-        EXPECT_EQ(DCP_INVALID_ADDRESS, lEndpoint.GetError());
+        EXPECT_EQ(DCP_INVALID_ADDRESS, CodeOf(lEndpoint, lEndpoint.Open(UDP_ADDRESS.c_str(), 0)));  // open already
     }
-    const std::string MALFORMED[] = {"",
-                                     "dcp",
-                                     "dcp:x",
-                                     "udp://127.0.0.1:5000",
-                                     "dcp.udp.pft",
-                                     "DCP.udp.pft://127.0.0.1:5000",
-                                     "dcp.UDP.pft://127.0.0.1:5000",
-                                     "dcp.udp.fec://127.0.0.1:5000",
-                                     "dcp.x://127.0.0.1:5000",
-                                     "dcp.udp.pft:127.0.0.1:5000",
-                                     "dcp.udp.pft://127.0.0.1",
-                                     "dcp.udp.pft://127.0.0.1:port",
-                                     "dcp.udp.pft://:5000",
-                                     "dcp.udp.pft://127.0.0.1:99999999999",
-                                     "dcp.file.pft:rec.mdi:0",
-                                     "dcp.file.pft:C:\\rec.mdi:0:0",
-                                     "dcp.file.pft:my rec.mdi:0:0",
-                                     "dcp.file.pft:" + lLongName + ":0:0",
-                                     "dcp.udp.pft://127.0.0.1:5000?" + std::string(52, 'x'),
-                                     "dcp.file.pft:" + std::string(600, 'x') + ":0:0"};
-    for (const std::string& lAddress : MALFORMED) {
+    // One each word, and those with blanks or of many characters.
+    std::istringstream lWords(
+        "dcp dcp:x udp://127.0.0.1:5000 dcp.udp.pft DCP.udp.pft://127.0.0.1:5000 dcp.UDP.pft://127.0.0.1:5000 "
+        "dcp.udp.fec://127.0.0.1:5000 dcp.x://127.0.0.1:5000 dcp.udp.pft:127.0.0.1:5000 dcp.udp.pft://127.0.0.1 "
+        "dcp.udp.pft://127.0.0.1:port dcp.udp.pft://:5000 dcp.udp.pft://127.0.0.1:99999999999 dcp.file.pft:rec.mdi:0 "
+        "dcp.file.pft:C:\\rec.mdi:0:0");
+    std::vector<std::string> lMalformed(std::istream_iterator<std::string>(lWords), {});
+    lMalformed.insert(
+        lMalformed.end(),
+        {"", "dcp.file.pft:my rec.mdi:0:0", "dcp.file.pft:" + std::string(104, 'n') + ":0:0",
+         "dcp.udp.pft://127.0.0.1:5000?" + std::string(52, 'x'), "dcp.file.pft:" + std::string(600, 'x') + ":0:0"});
+    for (const std::string& lAddress : lMalformed) {
         DCPInterface lEndpoint(0);
-        EXPECT_EQ(0u, lEndpoint.Open(lAddress.c_str(), 0)) << lAddress;
-        EXPECT_EQ(DCP_INVALID_ADDRESS, lEndpoint.GetError()) << lAddress;
+        EXPECT_EQ(DCP_INVALID_ADDRESS, CodeOf(lEndpoint, lEndpoint.Open(lAddress.c_str(), 0))) << lAddress;
     }
 }
 
@@ -135,17 +126,14 @@ TEST_F(DCPInterfaceTest, NamesTasksAndSemaphoresByNumber) {
 TEST_F(DCPInterfaceTest, ProtocolsAreEnabledBetweenOpenAndStart) {
     DRMNetworkInterface lEndpoint(0, 6000);
     Packet lOut(0);
-    EXPECT_EQ(0u, lEndpoint.EnableMDI());
-    EXPECT_EQ(DCP_NOT_OPEN, lEndpoint.GetError());
+    EXPECT_EQ(DCP_NOT_OPEN, CodeOf(lEndpoint, lEndpoint.EnableMDI()));
     EXPECT_EQ(0u, lEndpoint.Start());
     ASSERT_EQ(1u, lEndpoint.Open(UDP_ADDRESS.c_str(), 0));
-    EXPECT_EQ(0u, lEndpoint.ReceiveMDI(&lOut));
-    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, lEndpoint.GetError());
+    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, CodeOf(lEndpoint, lEndpoint.ReceiveMDI(&lOut)));
     EXPECT_EQ(1u, lEndpoint.EnableMDI());
     EXPECT_EQ(1u, lEndpoint.EnableMCI());
     EXPECT_EQ(1u, lEndpoint.EnableMDI());
-    EXPECT_EQ(0u, lEndpoint.EnableSDI());
-    EXPECT_EQ(LAYER_TOO_MANY_TAGS, lEndpoint.GetError());
+    EXPECT_EQ(LAYER_TOO_MANY_TAGS, CodeOf(lEndpoint, lEndpoint.EnableSDI()));
     EXPECT_EQ(0u, lEndpoint.ReceiveSDI(&lOut));
     EXPECT_EQ(1u, lEndpoint.Start());
     EXPECT_EQ(0u, lEndpoint.Start());
@@ -160,11 +148,9 @@ TEST_F(DCPInterfaceTest, ProtocolsAreEnabledBetweenOpenAndStart) {
 }
 
 TEST_F(DCPInterfaceTest, RecordsAndPlaysAFile) {
-    MakeRecording("rec.mdi", 4);  // four units: the first has the number that counts for nothing
+    MakeRecording(4);  // four units: the first has the number that counts for nothing
     DRMNetworkInterface lPlayer(0, 6000);
-    ASSERT_EQ(1u, lPlayer.Open("dcp.file.pft:rec.mdi:0:0", 0));
-    ASSERT_EQ(1u, lPlayer.EnableMDI());
-    ASSERT_EQ(1u, lPlayer.Start());
+    Start(lPlayer, "dcp.file.pft:rec.mdi:0:0");
     for (const uint32_t lExpected : {0u, 1u, 2u, 3u}) {
         MDIUnit lUnit(0, 0, 0);
         uint32_t lCounter = 99;
@@ -178,18 +164,9 @@ TEST_F(DCPInterfaceTest, RecordsAndPlaysAFile) {
 }
 
 TEST_F(DCPInterfaceTest, CarriesUnitsOverUDPAndReportsWhatCannotGo) {
-    DRMNetworkInterface lReceiver(0, 6000);
-    DRMNetworkInterface lSender(1, 0);
-    for (DRMNetworkInterface* const lpEndpoint : {&lReceiver, &lSender}) {
-        ASSERT_EQ(1u, lpEndpoint->Open(UDP_ADDRESS.c_str(), 0));
-        ASSERT_EQ(1u, lpEndpoint->EnableMDI());
-        ASSERT_EQ(1u, lpEndpoint->Start());
-    }
-    const auto lCode = [&lSender] {
-        uint32_t lFetched = 0;
-        EXPECT_TRUE(Eventually([&] { return (lFetched = lSender.GetError()) != 0; }));
-        return lFetched;
-    };
+    DRMNetworkInterface lReceiver(0, 6000), lSender(1, 0);
+    Start(lReceiver, UDP_ADDRESS);
+    Start(lSender, UDP_ADDRESS);
     MDIUnit lUnit(0, 0, 0);
     lSender.Send(SmallUnit(5).get());
     ASSERT_EQ(1u, lReceiver.ReceiveMDI(&lUnit));
@@ -199,15 +176,15 @@ TEST_F(DCPInterfaceTest, CarriesUnitsOverUDPAndReportsWhatCannotGo) {
     char lDSDI[] = "DSDI";
     lForeign->cPayloadProtocol = lDSDI;
     lSender.Send(lForeign.get());
-    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, lCode());
+    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, AwaitCode(lSender));
     MDIUnit lHuge(16000, 0, 0);
     lHuge.SetInfo(8 * 15900, std::vector<unsigned char>(15900).data());
     lSender.Send(&lHuge);
-    EXPECT_EQ(LAYER_PACKET_TOO_BIG, lCode());
+    EXPECT_EQ(LAYER_PACKET_TOO_BIG, AwaitCode(lSender));
     auto lUnnamed = SmallUnit(7);
     lUnnamed->cProtocol = "AF";
     lSender.Send(lUnnamed.get());
-    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, lCode());
+    EXPECT_EQ(LAYER_TAG_NOT_REGISTERED, AwaitCode(lSender));
 }
 
 TEST_F(DCPInterfaceTest, AFullSendQueueLosesAndTraces) {
@@ -223,18 +200,13 @@ TEST_F(DCPInterfaceTest, AFullSendQueueLosesAndTraces) {
 
 // Wherever the task stands: waiting for a datagram or a unit, sleeping, or at work.
 TEST_F(DCPInterfaceTest, EndpointsGoWhereverTheirTasksStand) {
-    MakeRecording("rec.mdi", 3);
+    MakeRecording(3);
     for (int lRound = 0; lRound < 30; ++lRound) {
-        DRMNetworkInterface lPlayer(0, 6000);
-        DRMNetworkInterface lReceiver(0, 6000);
+        DRMNetworkInterface lPlayer(0, 6000), lReceiver(0, 6000);
         auto lSender = std::make_unique<DRMNetworkInterface>(1, 0);
-        ASSERT_EQ(1u, lPlayer.Open("dcp.file.pft:rec.mdi:0:0", 0));
-        ASSERT_EQ(1u, lReceiver.Open(UDP_ADDRESS.c_str(), 0));
-        ASSERT_EQ(1u, lSender->Open(UDP_ADDRESS.c_str(), 0));
-        for (DRMNetworkInterface* const lpEndpoint : {&lPlayer, &lReceiver, lSender.get()}) {
-            ASSERT_EQ(1u, lpEndpoint->EnableMDI());
-            ASSERT_EQ(1u, lpEndpoint->Start());
-        }
+        Start(lPlayer, "dcp.file.pft:rec.mdi:0:0");
+        Start(lReceiver, UDP_ADDRESS);
+        Start(*lSender, UDP_ADDRESS);
         MDIUnit lHuge(14000, 0, 0);  // sent with pauses between its fragments
         lHuge.SetInfo(8 * 13000, std::vector<unsigned char>(13000).data());
         lSender->Send(&lHuge);
