@@ -15,7 +15,8 @@
 #include <sstream>
 #include <string>
 #include <thread>
-#include <vector>
+
+#include "tests/unit/TestSupport.h"
 
 namespace {
 
@@ -170,10 +171,10 @@ TEST(ConsoleTest, TakesKeysFromAPipeUntilItsEnd) {
 }
 
 TEST(ConsoleTest, PrintsEveryTextWhole) {
-    constexpr size_t THREADS = 4, LINES = 50;
+    constexpr int THREADS = 4, LINES = 50;
     // From one character to more than a pipe takes at once.
-    const auto Line = [](size_t aThread, size_t aLine) {
-        return std::string(1 + aLine * aLine * 40, static_cast<char>('a' + aThread));
+    const auto Line = [](int aThread, int aLine) {
+        return std::string(static_cast<size_t>(1 + aLine * aLine * 40), static_cast<char>('a' + aThread));
     };
     int lPipe[2];
     ASSERT_TRUE(pipe2(lPipe, O_NONBLOCK) == 0 && fcntl(lPipe[0], F_SETFL, 0) == 0);
@@ -182,24 +183,18 @@ TEST(ConsoleTest, PrintsEveryTextWhole) {
     dup2(lPipe[1], STDOUT_FILENO);
     dup2(lPipe[1], STDERR_FILENO);
     close(lPipe[1]);
-    std::vector<std::thread> lThreads;
-    for (size_t lThread = 0; lThread < THREADS; ++lThread) {
-        lThreads.emplace_back([lThread, &Line] {
-            for (size_t lLine = 0; lLine < LINES; ++lLine)
-                (lThread % 2 == 0 ? platform::Print : platform::PrintError)("%s\n", Line(lThread, lLine).c_str());
-        });
-    }
     std::string lText;
-    char lPart[5000];
-    for (size_t lEnds = 0; lEnds < THREADS * LINES;) {
-        const ssize_t lCount = read(lPipe[0], lPart, sizeof(lPart));
-        if (lCount <= 0)
-            break;
-        lText.append(lPart, static_cast<size_t>(lCount));
-        lEnds += static_cast<size_t>(std::count(lPart, lPart + lCount, '\n'));
-    }
-    for (std::thread& lThread : lThreads)
-        lThread.join();
+    InThreads(1 + THREADS, [&](int aThread) {
+        for (int lLine = 0; aThread < THREADS && lLine < LINES; ++lLine)
+            (aThread % 2 == 0 ? platform::Print : platform::PrintError)("%s\n", Line(aThread, lLine).c_str());
+        char lPart[5000];
+        for (std::ptrdiff_t lEnds = 0; aThread == THREADS && lEnds < THREADS * LINES;) {  // the last one reads
+            const ssize_t lCount = read(lPipe[0], lPart, sizeof(lPart));
+            ASSERT_GT(lCount, 0);
+            lText.append(lPart, lPart + lCount);
+            lEnds += std::count(lPart, lPart + lCount, '\n');
+        }
+    });
     close(lPipe[0]);
     platform::Print("to a reader that went away");
     dup2(lOutput, STDOUT_FILENO);
@@ -208,13 +203,13 @@ TEST(ConsoleTest, PrintsEveryTextWhole) {
     close(lError);
 
     std::istringstream lLines(lText);
-    size_t lNext[THREADS] = {};
+    int lNext[THREADS] = {};
     for (std::string lLine; std::getline(lLines, lLine);) {
-        const size_t lThread = static_cast<size_t>(lLine[0] - 'a');
-        ASSERT_LT(lThread, THREADS);
+        const int lThread = lLine[0] - 'a';
+        ASSERT_TRUE(lThread >= 0 && lThread < THREADS);
         ASSERT_EQ(Line(lThread, lNext[lThread]++), lLine);
     }
-    for (const size_t lCount : lNext)
+    for (const int lCount : lNext)
         EXPECT_EQ(LINES, lCount);
 }
 

@@ -4,11 +4,13 @@
 #include <atomic>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "DrmUtil/CNameResolutionDaemon.h"
 #include "DrmUtil/resolve.h"
 #include "platform/Socket.h"
+#include "tests/unit/TestSupport.h"
 
 namespace {
 
@@ -28,16 +30,11 @@ std::vector<std::string> Listed() {
 TEST(NameResolutionTest, OneDaemonForAllWhoAskAtOnce) {
     constexpr int THREADS = 4;
     std::atomic<int> lWaiting = THREADS;
-    std::vector<std::thread> lThreads;
-    for (int lCount = 0; lCount < THREADS; ++lCount) {
-        lThreads.emplace_back([&lWaiting] {
-            for (--lWaiting; lWaiting > 0;)
-                std::this_thread::yield();
-            EXPECT_EQ(ADDRESS_USABLE, Daemon::GetAddressState("239.1.2.3"));
-        });
-    }
-    for (std::thread& lThread : lThreads)
-        lThread.join();
+    InThreads(THREADS, [&lWaiting](int) {
+        for (--lWaiting; lWaiting > 0;)
+            std::this_thread::yield();
+        EXPECT_EQ(ADDRESS_USABLE, Daemon::GetAddressState("239.1.2.3"));
+    });
     EXPECT_EQ(Daemon::cInstance, Daemon::GetInstance());
     EXPECT_EQ(1000u, Daemon::cPeriod);
 }
@@ -50,37 +47,32 @@ TEST(NameResolutionTest, KnowsWhatATextIs) {
     const auto lAddresses = platform::InterfaceAddresses().value();
     ASSERT_GT(lAddresses.mCount, 0u);
     platform::FormatAddress(lAddresses.mAddresses[lAddresses.mCount - 1], lInterface);
-    struct {
-        std::string mText;
-        bool mDotted, mMulticast, mLocal;
-    } const CASES[] = {{"127.0.0.1", true, false, true},
-                       {"127.0.0.2", true, false, false},
-                       {lInterface, true, false, true},
-                       {"", false, false, false},
-                       {"255.255.255.255", false, false, false},
-                       {"223.255.255.255", true, false, false},
-                       {"224.0.0.0", true, true, false},
-                       {"239.255.255.255", true, true, false},
-                       {"240.0.0.0", true, false, false},
-                       {lLocal, false, false, true},
-                       {lLocal + "2.example", false, false, true},
-                       {"!" + lLocal, false, false, false},
-                       {lLocal.substr(0, lLocal.size() - 1), false, false, false}};
-    for (const auto& lCase : CASES) {
-        SCOPED_TRACE(lCase.mText);
-        EXPECT_EQ(lCase.mDotted, Daemon::IsDottedAddress(lCase.mText.c_str()));
-        EXPECT_EQ(lCase.mMulticast, Daemon::IsMulticastAddress(lCase.mText.c_str()));
-        EXPECT_EQ(lCase.mLocal, Daemon::IsLocalDestination(lCase.mText.c_str()));
+    // A text, and whether it is dotted, of a group, and local.
+    const std::tuple<std::string, bool, bool, bool> CASES[] = {
+        {"127.0.0.1", true, false, true},
+        {"127.0.0.2", true, false, false},
+        {lInterface, true, false, true},
+        {"", false, false, false},
+        {"255.255.255.255", false, false, false},
+        {"223.255.255.255", true, false, false},
+        {"224.0.0.0", true, true, false},
+        {"239.255.255.255", true, true, false},
+        {"240.0.0.0", true, false, false},
+        {lLocal, false, false, true},
+        {lLocal + "2.example", false, false, true},
+        {"!" + lLocal, false, false, false},
+        {lLocal.substr(0, lLocal.size() - 1), false, false, false}};
+    for (const auto& [lText, lDotted, lMulticast, lIsLocal] : CASES) {
+        EXPECT_EQ(lDotted, Daemon::IsDottedAddress(lText.c_str())) << lText;
+        EXPECT_EQ(lMulticast, Daemon::IsMulticastAddress(lText.c_str())) << lText;
+        EXPECT_EQ(lIsLocal, Daemon::IsLocalDestination(lText.c_str())) << lText;
     }
 }
 
 TEST(NameResolutionTest, ListsWhatItIsToWatch) {
     const std::string l31(31, '!');
-    struct {
-        std::string mText;
-        uint32_t mFirstState;
-        std::string mEntry;  // as listed; empty when it is not
-    } const CASES[] = {
+    // A destination, its first state, and its entry as it is listed, empty when it is not.
+    const std::tuple<std::string, uint32_t, std::string> CASES[] = {
         {"127.0.0.1", ADDRESS_USABLE, ""},
         {"224.0.0.1", ADDRESS_USABLE, ""},
         {"127.0.0.2", ADDRESS_PENDING, "127.0.0.2/"},
@@ -91,10 +83,10 @@ TEST(NameResolutionTest, ListsWhatItIsToWatch) {
         {l31 + "!.example", ADDRESS_UNREACHABLE, ""},
     };
     std::vector<std::string> lExpected;
-    for (const auto& lCase : CASES) {
-        EXPECT_EQ(lCase.mFirstState, Daemon::GetAddressState(lCase.mText.c_str())) << lCase.mText;
-        if (!lCase.mEntry.empty())
-            lExpected.push_back(lCase.mEntry);
+    for (const auto& [lText, lState, lEntry] : CASES) {
+        EXPECT_EQ(lState, Daemon::GetAddressState(lText.c_str())) << lText;
+        if (!lEntry.empty())
+            lExpected.push_back(lEntry);
     }
     Daemon::GetAddressState("!two.other");
     Daemon::GetAddressState("127.0.0.2");

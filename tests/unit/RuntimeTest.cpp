@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include "platform/Clock.h"
@@ -34,15 +35,12 @@ void CountForEver(TestTask& aTask, uint32_t) {
 }
 
 TEST(TaskTest, NamesAreFourCharactersPacked) {
-    struct {
-        const char* mText;
-        rtems_name mName;
-        const char* mNameText;
-    } const CASES[] = {{"DCT0", 0x44435430, "DCT0"}, {"AB", 0x41422020, "AB  "}, {"ABCDE", 0x41424344, "ABCD"}};
-    for (const auto& lCase : CASES) {
-        const TestTask lTask({}, lCase.mText);
-        EXPECT_EQ(lCase.mName, lTask.name);
-        EXPECT_STREQ(lCase.mNameText, lTask.name_text);
+    const std::tuple<const char*, rtems_name, const char*> CASES[] = {
+        {"DCT0", 0x44435430, "DCT0"}, {"AB", 0x41422020, "AB  "}, {"ABCDE", 0x41424344, "ABCD"}};
+    for (const auto& [lText, lName, lNameText] : CASES) {
+        const TestTask lTask({}, lText);
+        EXPECT_EQ(lName, lTask.name) << lText;
+        EXPECT_STREQ(lNameText, lTask.name_text);
     }
 }
 
@@ -86,11 +84,10 @@ TEST(TaskTest, OwnersAndOthersMayDoWhatTheyMay) {
 TEST(TaskTest, DirectivesCheckTheirIds) {
     rtems_task_priority lPriority = 0;
     uint32_t lNote = 1;
-    rtems_id lId = 0;
+    const auto lEntry = [](rtems_task_argument) {};
     for (const rtems_id lNoTask : {rtems_id{0}, rtems_id{49}, TASK_ID_SELF, rtems_id{51}, rtems_id{0xFFFFFFFF}}) {
         EXPECT_EQ(RTEMS_INVALID_ID, rtems_task_delete(lNoTask));
-        EXPECT_EQ(RTEMS_INVALID_ID, rtems_task_start(
-                                        lNoTask, [](rtems_task_argument) {}, 0));
+        EXPECT_EQ(RTEMS_INVALID_ID, rtems_task_start(lNoTask, lEntry, 0));
         EXPECT_EQ(RTEMS_INVALID_ADDRESS, rtems_task_start(lNoTask, nullptr, 0));
         EXPECT_EQ(RTEMS_INTERNAL_ERROR, rtems_task_suspend(lNoTask));
         EXPECT_EQ(RTEMS_INVALID_ID, rtems_task_resume(lNoTask));
@@ -99,6 +96,7 @@ TEST(TaskTest, DirectivesCheckTheirIds) {
         EXPECT_EQ(RTEMS_INVALID_ID, rtems_task_set_note(lNoTask, 3, 0));
         EXPECT_EQ(RTEMS_INVALID_NUMBER, rtems_task_get_note(lNoTask, 16, &lNote));
     }
+    rtems_id lId = 0;
     EXPECT_EQ(RTEMS_SUCCESSFUL, rtems_task_ident(0, 0, &lId));
     EXPECT_EQ(TASK_ID_SELF, lId);
     TestTask lTask;
@@ -148,39 +146,33 @@ TEST(TaskTest, FindsAndDeletesItself) {
 }
 
 TEST(TaskTest, PrioritiesMapToLevels) {
-    struct {
-        rtems_task_priority mPriority;
-        int mLevel;
-    } const CASES[] = {{1000, -15}, {218, -15}, {217, -2}, {182, -2}, {181, -1}, {145, -1}, {144, 0},
-                       {109, 0},    {108, 1},   {72, 1},   {71, 2},   {36, 2},   {35, 15},  {1, 15}};
+    const std::pair<rtems_task_priority, int> CASES[] = {{1000, -15}, {218, -15}, {217, -2}, {182, -2}, {181, -1},
+                                                         {145, -1},   {144, 0},   {109, 0},  {108, 1},  {72, 1},
+                                                         {71, 2},     {36, 2},    {35, 15},  {1, 15}};
     TestTask lTask(CountForEver);
     ASSERT_EQ(RTEMS_SUCCESSFUL, lTask.start(0));
     rtems_task_priority lOld = 99;
     ASSERT_EQ(RTEMS_SUCCESSFUL, lTask.get_priority(lOld));
     EXPECT_EQ(0u, lOld);
     const bool lMayRaise = lTask.set_priority(35) == RTEMS_SUCCESSFUL && lTask.get_priority(lOld) == 0 && lOld == 15;
-    for (const auto& lCase : CASES) {
-        ASSERT_EQ(RTEMS_SUCCESSFUL, lTask.set_priority(lCase.mPriority));
+    for (const auto& [lPriority, lLevel] : CASES) {
+        ASSERT_EQ(RTEMS_SUCCESSFUL, lTask.set_priority(lPriority));
         ASSERT_EQ(RTEMS_SUCCESSFUL, lTask.get_priority(lOld));
         // Only a privileged process may go up again after it went down.
-        EXPECT_EQ(lMayRaise ? lCase.mLevel : -15, static_cast<int>(lOld)) << lCase.mPriority;
+        EXPECT_EQ(lMayRaise ? lLevel : -15, static_cast<int>(lOld)) << lPriority;
     }
 }
 
 TEST(SemaphoreTest, CreationIsChecked) {
     rtems_id lId = 0;
-    struct {
-        rtems_name mName;
-        uint32_t mCount;
-        rtems_attribute mAttributes;
-        rtems_status_code mStatus;
-    } const CASES[] = {{0, 0, 0, RTEMS_INVALID_NAME},
-                       {1, 0, RTEMS_BINARY_SEMAPHORE | RTEMS_INHERIT_PRIORITY, RTEMS_NOT_DEFINED},
-                       {1, 0, RTEMS_PRIORITY | RTEMS_PRIORITY_CEILING, RTEMS_NOT_DEFINED},
-                       {1, 2, RTEMS_SIMPLE_BINARY_SEMAPHORE, RTEMS_INVALID_NUMBER},
-                       {1, 0, RTEMS_BINARY_SEMAPHORE | RTEMS_PRIORITY | RTEMS_INHERIT_PRIORITY, RTEMS_SUCCESSFUL}};
-    for (const auto& lCase : CASES)
-        EXPECT_EQ(lCase.mStatus, rtems_semaphore_create(lCase.mName, lCase.mCount, lCase.mAttributes, 0, &lId));
+    const std::tuple<rtems_name, uint32_t, rtems_attribute, rtems_status_code> CASES[] = {
+        {0, 0, 0, RTEMS_INVALID_NAME},
+        {1, 0, RTEMS_BINARY_SEMAPHORE | RTEMS_INHERIT_PRIORITY, RTEMS_NOT_DEFINED},
+        {1, 0, RTEMS_PRIORITY | RTEMS_PRIORITY_CEILING, RTEMS_NOT_DEFINED},
+        {1, 2, RTEMS_SIMPLE_BINARY_SEMAPHORE, RTEMS_INVALID_NUMBER},
+        {1, 0, RTEMS_BINARY_SEMAPHORE | RTEMS_PRIORITY | RTEMS_INHERIT_PRIORITY, RTEMS_SUCCESSFUL}};
+    for (const auto& [lName, lCount, lAttributes, lStatus] : CASES)
+        EXPECT_EQ(lStatus, rtems_semaphore_create(lName, lCount, lAttributes, 0, &lId)) << lAttributes;
     EXPECT_EQ(RTEMS_SUCCESSFUL, rtems_semaphore_obtain(lId, RTEMS_WAIT, 1));  // binary: 1 whatever was given
     EXPECT_EQ(RTEMS_TIMEOUT, rtems_semaphore_obtain(lId, RTEMS_WAIT, 1));
     EXPECT_EQ(RTEMS_SUCCESSFUL, rtems_semaphore_delete(lId));
@@ -232,27 +224,25 @@ TEST(SemaphoreTest, WaitersWakeByReleaseAndByDeletion) {
 }
 
 TEST(RuntimeClockTest, MicrosecondsBecomeTicks) {
-    struct {
-        uint32_t mMicroseconds;
-        rtems_interval mTicks;
-    } const CASES[] = {{0, 0}, {1, 1}, {999, 1}, {1000, 1}, {1999, 1}, {2000, 2}, {0xFFFFFFFF, 4294967}};
-    for (const auto& lCase : CASES)
-        EXPECT_EQ(lCase.mTicks, MicrosecondsToTicks(lCase.mMicroseconds)) << lCase.mMicroseconds;
+    const std::pair<uint32_t, rtems_interval> CASES[] = {
+        {0, 0}, {1, 1}, {999, 1}, {1000, 1}, {1999, 1}, {2000, 2}, {0xFFFFFFFF, 4294967}};
+    for (const auto& [lMicroseconds, lTicks] : CASES)
+        EXPECT_EQ(lTicks, MicrosecondsToTicks(lMicroseconds)) << lMicroseconds;
 }
 
 TEST(RuntimeClockTest, WakesAtTheTimeOfDay) {
     const platform::CalendarTime lNow = platform::CalendarNow();
     for (const int lMilliseconds : {-5000, 150}) {
         const int64_t lTarget = lNow.mSeconds * 1000 + lNow.mMilliseconds + lMilliseconds;
-        const platform::LocalTime lLocal = platform::ToLocalTime(lTarget / 1000);
-        const auto lField = [](int aValue) { return static_cast<uint32_t>(aValue); };
-        const rtems_time_of_day lTime = {lField(lLocal.mYear),
-                                         lField(lLocal.mMonth),
-                                         lField(lLocal.mDay),
-                                         lField(lLocal.mHour),
-                                         lField(lLocal.mMinute),
-                                         lField(lLocal.mSecond),
-                                         static_cast<uint32_t>(lTarget % 1000 * 1000)};
+        const auto [lYear, lMonth, lDay, lHour, lMinute, lSecond] = platform::ToLocalTime(lTarget / 1000);
+        const auto lField = [](int64_t aValue) { return static_cast<uint32_t>(aValue); };
+        const rtems_time_of_day lTime = {lField(lYear),
+                                         lField(lMonth),
+                                         lField(lDay),
+                                         lField(lHour),
+                                         lField(lMinute),
+                                         lField(lSecond),
+                                         lField(lTarget % 1000 * 1000)};
         EXPECT_EQ(RTEMS_SUCCESSFUL, rtemsTask().wake_when(lTime));
         const platform::CalendarTime lWoken = platform::CalendarNow();
         EXPECT_GE(lWoken.mSeconds * 1000 + lWoken.mMilliseconds + 2, lTarget);
@@ -264,15 +254,10 @@ TEST(TraceTest, LinesAreWholeWhoeverWritesThem) {
     const TestDirectory lDirectory;
     const std::string lLong(400, 'x');
     WriteTrace(lLong.c_str());
-    std::vector<std::thread> lThreads;
-    for (int lThread = 0; lThread < 4; ++lThread) {
-        lThreads.emplace_back([] {
-            for (int lLine = 0; lLine < 50; ++lLine)
-                CHECK_INVARIANT(1 + 1 == 3);
-        });
-    }
-    for (std::thread& lThread : lThreads)
-        lThread.join();
+    InThreads(4, [](int) {
+        for (int lLine = 0; lLine < 50; ++lLine)
+            CHECK_INVARIANT(1 + 1 == 3);
+    });
     const std::vector<std::string> lLines = TraceLines();
     ASSERT_EQ(201u, lLines.size());
     EXPECT_EQ(std::string(272, 'x'), lLines[0].substr(26));

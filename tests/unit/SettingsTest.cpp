@@ -1,30 +1,26 @@
 #include "platform/Settings.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <climits>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
+
+#include "tests/unit/TestSupport.h"
 
 namespace {
 
 using namespace std::string_literals;
 using platform::IniSection;
 
-// A directory for one file, removed at the end.
 class SettingsTest : public testing::Test {
 protected:
-    SettingsTest() { std::filesystem::create_directory(cDirectory); }
-    ~SettingsTest() override { std::filesystem::remove_all(cDirectory); }
-
-    std::string Write(const std::string& aText) {
-        std::ofstream(cDirectory + "/file", std::ios::binary) << aText;
-        return cDirectory + "/file";
+    static const char* Write(const std::string& aText) {
+        std::ofstream("file", std::ios::binary) << aText;
+        return "file";
     }
 
-    const std::string cDirectory = std::filesystem::temp_directory_path() / ("settings" + std::to_string(getpid()));
+    const TestDirectory cDirectory;
 };
 
 TEST_F(SettingsTest, ReadsIniText) {
@@ -48,20 +44,17 @@ TEST_F(SettingsTest, ReadsIniText) {
     };
     for (const auto& [lFile, lExpected] : CASES)
         EXPECT_EQ(lExpected, IniSection(Write(lFile), "Settings").GetText("key", "-")) << lFile.substr(0, 100);
-    for (const std::string& lUnreadable : {cDirectory, cDirectory + "/none"})
+    for (const char* const lUnreadable : {".", "none"})
         EXPECT_EQ("-", IniSection(lUnreadable, "Settings").GetText("key", "-"));
 }
 
 TEST_F(SettingsTest, ReadsIniNumbers) {
-    const char* const VALUES[] = {"5000abc", "+7", "-1", "abc", "- 5", "0x10", "010", "\"12\"", "", "\"\""};
-    const int EXPECTED[] = {5000, 7, -1, 0, 0, 0, 10, 12, 42, 42};
-    for (size_t lCase = 0; lCase < std::size(VALUES); ++lCase)
-        EXPECT_EQ(EXPECTED[lCase], IniSection(Write("[S]\nN="s + VALUES[lCase]), "S").GetNumber("N", 42)) << lCase;
-    const IniSection lLimits(Write("[S]\nA=2147483648\nB=-2147483649\nC=99999999999999999999999\n"), "S");
-    EXPECT_EQ(INT_MAX, lLimits.GetNumber("A", 0));
-    EXPECT_EQ(INT_MIN, lLimits.GetNumber("B", 0));
-    EXPECT_EQ(INT_MAX, lLimits.GetNumber("C", 0));
-    EXPECT_EQ(42, lLimits.GetNumber("D", 42));
+    const IniSection lSection(Write("[S]\nA=5000abc\nB=+7\nC=-1\nD=abc\nE=- 5\nF=0x10\nG=010\nH=\"12\"\nI=\nJ=\"\"\n"
+                                    "K=2147483648\nL=-2147483649\nM=99999999999999999999999\n"),
+                              "S");
+    const int EXPECTED[] = {5000, 7, -1, 0, 0, 0, 10, 12, 42, 42, INT_MAX, INT_MIN, INT_MAX, 42};
+    for (char lKey[] = "A"; lKey[0] <= 'N'; ++lKey[0])
+        EXPECT_EQ(EXPECTED[lKey[0] - 'A'], lSection.GetNumber(lKey, 42)) << lKey;
 }
 
 TEST_F(SettingsTest, ReadsRegistryNumbers) {
@@ -78,7 +71,7 @@ TEST_F(SettingsTest, ReadsRegistryNumbers) {
         {lKey + "Count=dword:1\n\"Counter\"=dword:1\n", -1},
         {"[HKEY_LOCAL_MACHINE\\SOFTWARE\\Maker\\Settings\\Sub]\n\"Count\"=dword:1\n", -1},
     };
-    setenv("VESTRAL_REGISTRY", (cDirectory + "/file").c_str(), 1);
+    setenv("VESTRAL_REGISTRY", "file", 1);
     const auto Read = [] { return platform::ReadRegistryNumber("SOFTWARE\\Maker\\Settings", "Count"); };
     EXPECT_FALSE(Read().has_value());  // no file
     for (const auto& [lFile, lExpected] : CASES) {

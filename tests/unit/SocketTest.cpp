@@ -8,6 +8,7 @@
 #include <string>
 
 #include "platform/Clock.h"
+#include "tests/unit/TestSupport.h"
 
 namespace {
 
@@ -32,9 +33,7 @@ protected:
             ++lPort;
         return lPort;
     }
-    bool Send(const std::string& aText) {
-        return cSender.Send(reinterpret_cast<const unsigned char*>(aText.data()), aText.size());
-    }
+    bool Send(const std::string& aText) { return cSender.Send(Octets(aText), aText.size()); }
     // The next datagram of at most ten bytes, or in brackets why there is none.
     std::string Receive() {
         unsigned char lBuffer[10];

@@ -4,8 +4,9 @@
 
 #include <atomic>
 #include <functional>
+#include <list>
 #include <memory>
-#include <vector>
+#include <mutex>
 
 #include "platform/Clock.h"
 #include "platform/Lock.h"
@@ -16,10 +17,12 @@
 namespace platform {
 namespace {
 
-// Work that counts its rounds, and what became of the thread's stack and of the code behind the work.
+// Work on a thread of its own, and what became of the thread's stack and of the code behind the work.
 struct Worker {
     explicit Worker(std::function<void(Worker&)> aWork) : cWork(std::move(aWork)) {
+        cSocket.Create();
         cThread = Thread::Start([](void* aWorker) { static_cast<Worker*>(aWorker)->Run(); }, this);
+        cStarted = true;
     }
     ~Worker() { cThread->End(); }
 
@@ -28,8 +31,24 @@ struct Worker {
             std::atomic<bool>& cFlag;
             ~OnStack() { cFlag = true; }
         } lOnStack{cUnwound};
+        while (!cStarted)
+            Sleep(1);
         cWork(*this);
         cReturned = true;
+    }
+    void Receive(uint32_t aTimeOut) {
+        unsigned char lBuffer[10];
+        size_t lSize = 0;
+        cSocket.SetReceiveTimeout(aTimeOut);
+        cSocket.Receive(lBuffer, sizeof lBuffer, &lSize);
+    }
+
+    // The suspensions before, or -1 when the thread refuses.
+    int Suspend() { return Change(&Thread::Suspend); }
+    int Resume() { return Change(&Thread::Resume); }
+    int Change(bool (Thread::*aChange)(uint32_t*)) {
+        uint32_t lOldCount = 99;
+        return (cThread.get()->*aChange)(&lOldCount) ? static_cast<int>(lOldCount) : -1;
     }
 
     bool IsStill() {
@@ -38,14 +57,16 @@ struct Worker {
         return cRounds == lRounds;
     }
     bool Moves() {
-        const int lRounds = cRounds;
-        return Eventually([&] { return cRounds != lRounds; });
+        return Eventually([this, lRounds = cRounds.load()] { return cRounds != lRounds; });
     }
 
     std::function<void(Worker&)> cWork;
     std::atomic<int> cRounds = 0;
+    std::atomic<bool> cStarted = false;  // cThread is set
     std::atomic<bool> cUnwound = false;
     std::atomic<bool> cReturned = false;
+    std::mutex cMutex;
+    std::unique_ptr<int> cNumber;
     Semaphore cFull{1, 1};
     Semaphore cEmpty{0, 1000};
     UdpSocket cSocket;
@@ -54,136 +75,87 @@ struct Worker {
 
 struct Kind {
     const char* mName;
-    std::function<void(Worker&)> mWork;
-    bool mUnwinds;  // when it is ended: it passes platform calls
+    std::function<void(Worker&)> mRound;
+    bool mUnwinds = true;  // when it is ended: it passes platform calls
+
+    // Rounds without end, counted.
+    std::function<void(Worker&)> Work() const {
+        return [lRound = mRound](Worker& aWorker) {
+            for (;; ++aWorker.cRounds)
+                lRound(aWorker);
+        };
+    }
 };
 
-std::vector<Kind> Kinds() {
-    return {{"computes",
-             [](Worker& aWorker) {
-                 for (;;)
-                     ++aWorker.cRounds;
-             },
-             false},
-            {"computes and allocates under a lock",
-             [](Worker& aWorker) {
-                 std::mutex lMutex;
-                 for (;;) {
-                     const Lock lLock(lMutex);
-                     aWorker.cRounds += static_cast<int>(std::make_unique<int>(1) != nullptr);
-                 }
-             },
-             false},
-            {"works under a guard most of the time",
-             [](Worker& aWorker) {
-                 for (;;) {
-                     const StopGuard lGuard;
-                     for (volatile int lSpin = 0; lSpin < 100000;)
-                         lSpin = lSpin + 1;
-                     ++aWorker.cRounds;
-                 }
-             },
-             false},
-            {"sleeps",
-             [](Worker& aWorker) {
-                 for (;; Sleep(1))
-                     ++aWorker.cRounds;
-             },
-             true},
-            {"yields",
-             [](Worker& aWorker) {
-                 for (;; Sleep(0))
-                     ++aWorker.cRounds;
-             },
-             true},
-            {"passes a semaphore",
-             [](Worker& aWorker) {
-                 for (;;) {
-                     aWorker.cFull.Wait(Semaphore::NO_TIME_LIMIT);
-                     ++aWorker.cRounds;
-                     aWorker.cFull.Release();
-                 }
-             },
-             true},
-            {"waits for a semaphore again and again",
-             [](Worker& aWorker) {
-                 for (;; ++aWorker.cRounds)
-                     aWorker.cEmpty.Wait(2);
-             },
-             true},
-            {"receives with a time-out",
-             [](Worker& aWorker) {
-                 unsigned char lBuffer[10];
-                 size_t lSize = 0;
-                 aWorker.cSocket.Create();
-                 aWorker.cSocket.SetReceiveTimeout(2);
-                 for (;; ++aWorker.cRounds)
-                     aWorker.cSocket.Receive(lBuffer, sizeof lBuffer, &lSize);
-             },
-             true}};
-}
+const Kind KINDS[] = {{"computes", [](Worker&) {}, false},
+                      {"allocates under a lock",
+                       [](Worker& aWorker) {
+                           const Lock lLock(aWorker.cMutex);
+                           aWorker.cNumber = std::make_unique<int>(1);
+                       },
+                       false},
+                      {"works under a guard most of the time",
+                       [](Worker&) {
+                           const StopGuard lGuard;  // long enough that hardly a signal comes between two of them
+                           for (volatile int lSpin = 0; lSpin < 1000000;)
+                               lSpin = lSpin + 1;
+                       },
+                       false},
+                      {"sleeps", [](Worker&) { Sleep(1); }},
+                      {"yields", [](Worker&) { Sleep(0); }},
+                      {"passes a semaphore",
+                       [](Worker& aWorker) {
+                           aWorker.cFull.Wait(Semaphore::NO_TIME_LIMIT);
+                           aWorker.cFull.Release();
+                       }},
+                      {"waits for a semaphore again and again", [](Worker& aWorker) { aWorker.cEmpty.Wait(2); }},
+                      {"receives with a time-out", [](Worker& aWorker) { aWorker.Receive(2); }}};
 
 TEST(ThreadTest, StandsStillWhileSuspendedAndGoesOn) {
-    for (const Kind& lKind : Kinds()) {
+    for (const Kind& lKind : KINDS) {
         SCOPED_TRACE(lKind.mName);
-        Worker lWorker(lKind.mWork);
+        Worker lWorker(lKind.Work());
         ASSERT_TRUE(lWorker.Moves());
-        uint32_t lOldCount = 99;
-        ASSERT_TRUE(lWorker.cThread->Suspend(&lOldCount));
-        EXPECT_EQ(0u, lOldCount);
+        ASSERT_EQ(0, lWorker.Suspend());
         EXPECT_TRUE(lWorker.IsStill());
-        ASSERT_TRUE(lWorker.cThread->Suspend(&lOldCount));
-        EXPECT_EQ(1u, lOldCount);
-        ASSERT_TRUE(lWorker.cThread->Resume(&lOldCount));
-        EXPECT_EQ(2u, lOldCount);
+        ASSERT_EQ(1, lWorker.Suspend());
+        ASSERT_EQ(2, lWorker.Resume());
         EXPECT_TRUE(lWorker.IsStill());
-        ASSERT_TRUE(lWorker.cThread->Resume(&lOldCount));
+        ASSERT_EQ(1, lWorker.Resume());
         EXPECT_TRUE(lWorker.Moves());
-        ASSERT_TRUE(lWorker.cThread->Resume(&lOldCount));
-        EXPECT_EQ(0u, lOldCount);
+        EXPECT_EQ(0, lWorker.Resume());
     }
 }
 
 TEST(ThreadTest, NeverReturnsFromWhereItIsEnded) {
-    for (const Kind& lKind : Kinds()) {
+    for (const Kind& lKind : KINDS) {
         for (const bool lSuspended : {false, true}) {
             SCOPED_TRACE(std::string(lKind.mName) + (lSuspended ? ", suspended" : ""));
-            Worker lWorker(lKind.mWork);
+            Worker lWorker(lKind.Work());
             ASSERT_TRUE(lWorker.Moves());
-            uint32_t lOldCount = 0;
-            ASSERT_TRUE(!lSuspended || lWorker.cThread->Suspend(&lOldCount));
+            ASSERT_TRUE(!lSuspended || lWorker.Suspend() == 0);
             lWorker.cThread->End();
             EXPECT_TRUE(lWorker.IsStill());
-            EXPECT_FALSE(lWorker.cReturned);
             EXPECT_TRUE(lWorker.cUnwound || !lKind.mUnwinds);
-            EXPECT_FALSE(lWorker.cThread->Suspend(&lOldCount));
-            EXPECT_FALSE(lWorker.cThread->Resume(&lOldCount));
+            EXPECT_EQ(-1, lWorker.Suspend());
+            EXPECT_EQ(-1, lWorker.Resume());
         }
     }
 }
 
 TEST(ThreadTest, ALongWaitEndsAtOnce) {
-    const std::vector<std::function<void(Worker&)>> lWaits = {
-        [](Worker&) { Sleep(1000000); }, [](Worker& aWorker) { aWorker.cEmpty.Wait(Semaphore::NO_TIME_LIMIT); },
-        [](Worker& aWorker) {
-            unsigned char lBuffer[10];
-            size_t lSize = 0;
-            aWorker.cSocket.Create();
-            aWorker.cSocket.Receive(lBuffer, sizeof lBuffer, &lSize);
-        },
-        [](Worker& aWorker) {
-            uint32_t lOldCount = 0;
-            aWorker.cThread->Suspend(&lOldCount);
-        }};
-    for (const auto& lWait : lWaits) {
+    const Kind WAITS[] = {
+        {"sleeps", [](Worker&) { Sleep(1000000); }},
+        {"waits for a semaphore", [](Worker& aWorker) { aWorker.cEmpty.Wait(Semaphore::NO_TIME_LIMIT); }},
+        {"receives", [](Worker& aWorker) { aWorker.Receive(0); }},
+        {"is suspended by itself", [](Worker& aWorker) { aWorker.Suspend(); }}};
+    for (const Kind& lWait : WAITS) {
+        SCOPED_TRACE(lWait.mName);
         Worker lWorker([&lWait](Worker& aWorker) {
-            while (aWorker.cRounds == 0)
-                Sleep(1);  // until cThread is set
             ++aWorker.cRounds;
-            lWait(aWorker);
+            lWait.mRound(aWorker);
         });
-        lWorker.cRounds = 1;
-        ASSERT_TRUE(Eventually([&] { return lWorker.cRounds == 2; }));
+        ASSERT_TRUE(Eventually([&] { return lWorker.cRounds == 1; }));
         Sleep(10);
         lWorker.cThread->End();
         EXPECT_TRUE(Eventually([&] { return lWorker.cUnwound.load(); }));
@@ -192,52 +164,38 @@ TEST(ThreadTest, ALongWaitEndsAtOnce) {
 }
 
 TEST(ThreadTest, ASuspendedWaiterLeavesTheCountToOthers) {
-    Worker lWorker([](Worker& aWorker) {
-        aWorker.cEmpty.Wait(Semaphore::NO_TIME_LIMIT);
-        ++aWorker.cRounds;
-    });
+    Worker lWorker([](Worker& aWorker) { aWorker.cEmpty.Wait(Semaphore::NO_TIME_LIMIT); });
     Sleep(10);
-    uint32_t lOldCount = 0;
-    ASSERT_TRUE(lWorker.cThread->Suspend(&lOldCount));
+    ASSERT_EQ(0, lWorker.Suspend());
     lWorker.cEmpty.Release();
-    EXPECT_TRUE(lWorker.IsStill());
+    Sleep(30);
+    EXPECT_FALSE(lWorker.cReturned);
     EXPECT_EQ(Semaphore::WaitResult::TAKEN, lWorker.cEmpty.Wait(0));
-    ASSERT_TRUE(lWorker.cThread->Resume(&lOldCount));
-    EXPECT_TRUE(lWorker.IsStill());
+    ASSERT_EQ(1, lWorker.Resume());
+    Sleep(30);
+    EXPECT_FALSE(lWorker.cReturned);
     lWorker.cEmpty.Release();
     EXPECT_TRUE(Eventually([&] { return lWorker.cReturned.load(); }));
 }
 
 TEST(ThreadTest, SuspendsItselfUntilAnotherResumesIt) {
-    Worker lWorker([](Worker& aWorker) {
-        uint32_t lOldCount = 0;
-        while (aWorker.cRounds == 0)
-            Sleep(1);
-        for (;; ++aWorker.cRounds)
-            aWorker.cThread->Suspend(&lOldCount);
-    });
-    lWorker.cRounds = 1;
+    const Kind lKind = {"", [](Worker& aWorker) { aWorker.Suspend(); }};
+    Worker lWorker(lKind.Work());
     for (int lRound = 1; lRound < 50; ++lRound) {
-        ASSERT_TRUE(Eventually([&] {
-            uint32_t lOldCount = 0;
-            return lWorker.cThread->Resume(&lOldCount) && lOldCount == 1;
-        }));
-        ASSERT_TRUE(Eventually([&] { return lWorker.cRounds == lRound + 1; }));
+        ASSERT_TRUE(Eventually([&] { return lWorker.Resume() == 1; }));
+        ASSERT_TRUE(Eventually([&] { return lWorker.cRounds == lRound; }));
     }
 }
 
 // Its own stack is unwound from EndCurrent, and left as it is by the other.
 TEST(ThreadTest, EndsItself) {
     for (const bool lUnwind : {true, false}) {
-        Worker lWorker([lUnwind](Worker& aWorker) {
-            ++aWorker.cRounds;
+        Worker lWorker([lUnwind](Worker&) {
             if (lUnwind)
                 Thread::EndCurrent();
             Thread::EndCurrentWithoutUnwinding();
         });
-        uint32_t lOldCount = 0;
-        EXPECT_TRUE(Eventually([&] { return !lWorker.cThread->Resume(&lOldCount); }));
-        EXPECT_EQ(1, lWorker.cRounds);
+        EXPECT_TRUE(Eventually([&] { return lWorker.Resume() == -1; }));
         EXPECT_EQ(lUnwind, lWorker.cUnwound);
         EXPECT_FALSE(lWorker.cReturned);
     }
@@ -263,8 +221,7 @@ TEST(ThreadTest, IsNotStoppedUnderAGuard) {
         Sleep(3 * GRACE_MILLISECONDS);
         lLeaveGuard = true;
     });
-    uint32_t lOldCount = 0;
-    ASSERT_TRUE(lWorker.cThread->Suspend(&lOldCount));
+    ASSERT_EQ(0, lWorker.Suspend());
     EXPECT_TRUE(lGuardLeft);
     EXPECT_TRUE(lWorker.IsStill());
 }
@@ -272,26 +229,22 @@ TEST(ThreadTest, IsNotStoppedUnderAGuard) {
 // Suspending, resuming and ending from several sides at once, of threads that suspend each other too.
 TEST(ThreadTest, SurvivesAScramble) {
     for (int lRound = 0; lRound < 5; ++lRound) {
-        std::vector<std::unique_ptr<Worker>> lVictims;
-        for (const Kind& lKind : Kinds())
-            lVictims.push_back(std::make_unique<Worker>(lKind.mWork));
-        std::vector<std::unique_ptr<Worker>> lTormentors;
-        for (int lCount = 0; lCount < 2; ++lCount) {
-            lTormentors.push_back(std::make_unique<Worker>([&](Worker& aWorker) {
-                uint32_t lOldCount = 0;
-                for (int lPass = 0; lPass < 3; ++lPass) {
-                    for (const auto& lVictim : lVictims) {
-                        lVictim->cThread->Suspend(&lOldCount);
-                        lVictim->cThread->Resume(&lOldCount);
-                        ++aWorker.cRounds;
-                    }
+        std::list<Worker> lVictims;
+        for (const Kind& lKind : KINDS)
+            lVictims.emplace_back(lKind.Work());
+        const auto lTorment = [&lVictims](Worker&) {
+            for (int lPass = 0; lPass < 3; ++lPass) {
+                for (Worker& lVictim : lVictims) {
+                    lVictim.Suspend();
+                    lVictim.Resume();
                 }
-            }));
-        }
-        for (const auto& lTormentor : lTormentors)
-            EXPECT_TRUE(Eventually([&] { return lTormentor->cReturned.load(); }));
-        for (const auto& lVictim : lVictims)
-            EXPECT_TRUE(lVictim->Moves());
+            }
+        };
+        Worker lTormentors[] = {Worker(lTorment), Worker(lTorment)};
+        for (const Worker& lTormentor : lTormentors)
+            EXPECT_TRUE(Eventually([&] { return lTormentor.cReturned.load(); }));
+        for (Worker& lVictim : lVictims)
+            EXPECT_TRUE(lVictim.Moves());
     }
 }
 
