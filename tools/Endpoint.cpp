@@ -33,7 +33,7 @@ std::string WhyNoDestination(const DCPAddress& aParts, uint32_t aDirection) {
     return lAny || aParts.mName == lCanonical ? "" : "a host is a dotted IPv4 address, or any to receive";
 }
 
-std::string WhyNotRead(const std::string& aPath, int aSystemError) {
+std::string WhyNotRead(const std::string& aPath, const std::string& aSystemError) {
     std::error_code lError;
     const auto lSize = std::filesystem::file_size(aPath, lError);
     if (lError) {
@@ -43,7 +43,34 @@ std::string WhyNotRead(const std::string& aPath, int aSystemError) {
         return aPath + " has " + std::to_string(lSize) + " bytes; a recording has " + std::to_string(FILE_MAX_SIZE) +
                " at most, and the player refuses this one";
     }
-    return aPath + " cannot be read: " + std::strerror(aSystemError);
+    return aPath + " cannot be read" + aSystemError;
+}
+
+// Refuses what the layers would take for something else, or wait for without end.
+int Check(const DCPAddress& aParts, const std::string& aAddress, uint32_t aDirection, uint32_t aLocalInterface,
+          std::string* apError) {
+    char lInterface[UDP_MAX_ADDRESS_LENGTH + 1];
+    std::error_code lIgnored;
+    if (aLocalInterface > 0 && UDPIPLayer::GetInterfaceAddress(aLocalInterface, lInterface) != 0) {
+        *apError = "there is no local interface number " + std::to_string(aLocalInterface);
+        return STATUS_USAGE;
+    }
+    if (aParts.mTransport == TRANSPORT_UDP) {
+        if (const std::string lWhyNot = WhyNoDestination(aParts, aDirection); !lWhyNot.empty()) {
+            *apError = aAddress + ": " + lWhyNot;
+            return STATUS_USAGE;
+        }
+        if (!platform::StartSockets()) {
+            *apError = "the system gives no sockets";
+            return STATUS_FAILED;
+        }
+    } else if (aParts.mTransport == TRANSPORT_FILE && aDirection == RECEIVING &&
+               std::filesystem::exists(aParts.mName, lIgnored) &&
+               !std::filesystem::is_regular_file(aParts.mName, lIgnored)) {
+        *apError = aParts.mName + " is no file";
+        return STATUS_FAILED;
+    }
+    return STATUS_DONE;
 }
 
 uint32_t Enable(ToolEndpoint& aEndpoint, Protocol aProtocol) {
@@ -67,39 +94,21 @@ int OpenEndpoint(ToolEndpoint& aEndpoint, const std::string& aAddress, Protocol 
         *apError = NoAddress(aAddress, aEndpoint.ciDirection == SENDING);
         return STATUS_USAGE;
     }
-    if (lParts.mTransport == TRANSPORT_UDP) {
-        if (const std::string lWhyNot = WhyNoDestination(lParts, aEndpoint.ciDirection); !lWhyNot.empty()) {
-            *apError = aAddress + ": " + lWhyNot;
-            return STATUS_USAGE;
-        }
-        if (!platform::StartSockets()) {
-            *apError = "the system gives no sockets";
-            return STATUS_FAILED;
-        }
-    }
-    char lInterface[UDP_MAX_ADDRESS_LENGTH + 1];
-    if (aLocalInterface > 0 && UDPIPLayer::GetInterfaceAddress(aLocalInterface, lInterface) != 0) {
-        *apError = "there is no local interface number " + std::to_string(aLocalInterface);
-        return STATUS_USAGE;
-    }
-    std::error_code lIgnored;
-    if (lParts.mTransport == TRANSPORT_FILE && aEndpoint.ciDirection == RECEIVING &&
-        std::filesystem::exists(lParts.mName, lIgnored) && !std::filesystem::is_regular_file(lParts.mName, lIgnored)) {
-        *apError = lParts.mName + " is no file";
-        return STATUS_FAILED;
+    if (const int lStatus = Check(lParts, aAddress, aEndpoint.ciDirection, aLocalInterface, apError);
+        lStatus != STATUS_DONE) {
+        return lStatus;
     }
     errno = 0;
     if (aEndpoint.Open(aAddress.c_str(), aLocalInterface) == 1 && Enable(aEndpoint, aProtocol) == 1) {
         return STATUS_DONE;
     }
-    const int lSystemError = errno;
+    const std::string lSystemError = errno != 0 ? ": " + std::string(std::strerror(errno)) : "";
     const uint32_t lCode = aEndpoint.GetError();
     const bool lDenied = lCode == UDP_SOCKET_FAILED || lCode == FILE_OPEN_FAILED;
     if (lCode == FILE_OPEN_FAILED && aEndpoint.ciDirection == RECEIVING) {
         *apError = WhyNotRead(lParts.mName, lSystemError);
     } else {
-        *apError = aAddress + ": " + StatusText(lCode) +
-                   (lDenied && lSystemError != 0 ? ": " + std::string(std::strerror(lSystemError)) : "");
+        *apError = aAddress + ": " + StatusText(lCode) + (lDenied ? lSystemError : "");
     }
     return lDenied ? STATUS_FAILED : STATUS_USAGE;
 }
