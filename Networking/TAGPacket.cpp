@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr uint32_t NAME_SIZE = 4;
 constexpr uint32_t PROTOCOL_SIZE = 4;
 
 }  // namespace
@@ -33,19 +32,16 @@ uint32_t TAGPacket::Parse() {
     const uint32_t lSize = ValidBytes();
     cPayload = cData;
     cPayloadSize = lSize;
-    uint32_t lOffset = 0;
-    while (lOffset < lSize) {
-        const uint32_t lItemSize = ItemSize(lOffset);
-        if (lItemSize == 0)
+    TagItemView lItem;
+    for (size_t lOffset = 0; lOffset < lSize; lOffset += lItem.GetSize()) {
+        if (!ParseTagItem(cData + lOffset, lSize - lOffset, &lItem))
             return 0;
-        const unsigned char* lpItem = cData + lOffset;
-        if (std::memcmp(lpItem, "*ptr", NAME_SIZE) == 0) {
-            if (lSize - lOffset < TAG_ITEM_HEADER_SIZE + PROTOCOL_SIZE)
-                return 0;
-            if (cPayloadProtocol != nullptr)
-                std::memcpy(cPayloadProtocol, lpItem + TAG_ITEM_HEADER_SIZE, PROTOCOL_SIZE);
-        }
-        lOffset += lItemSize;
+        if (!lItem.IsNamed("*ptr"))
+            continue;
+        if (lSize - lOffset < TAG_ITEM_HEADER_SIZE + PROTOCOL_SIZE)
+            return 0;
+        if (cPayloadProtocol != nullptr)
+            std::memcpy(cPayloadProtocol, lItem.mValue, PROTOCOL_SIZE);
     }
     return 1;
 }
@@ -57,8 +53,8 @@ uint32_t TAGPacket::WriteFirstItem(const TagItem* apItem) {
 
 uint32_t TAGPacket::WriteItem(const TagItem* apItem) {
     unsigned char lHeader[TAG_ITEM_HEADER_SIZE];
-    std::memcpy(lHeader, apItem->mName, NAME_SIZE);
-    std::memcpy(lHeader + NAME_SIZE, &apItem->mLength, sizeof apItem->mLength);
+    std::memcpy(lHeader, apItem->mName, TAG_NAME_SIZE);
+    std::memcpy(lHeader + TAG_NAME_SIZE, &apItem->mLength, sizeof apItem->mLength);
     return Write(TAG_ITEM_HEADER_SIZE, lHeader) != 0 && Write(apItem->mValueLength, apItem->mValue) != 0;
 }
 
@@ -71,29 +67,20 @@ uint32_t TAGPacket::ReadItem(TagItem* apItem) {
     unsigned char lHeader[TAG_ITEM_HEADER_SIZE];
     if (Read(TAG_ITEM_HEADER_SIZE, lHeader) == 0)
         return 0;
-    std::memcpy(apItem->mName, lHeader, NAME_SIZE);
-    apItem->SetBits(ReadU32(lHeader + NAME_SIZE));
+    std::memcpy(apItem->mName, lHeader, TAG_NAME_SIZE);
+    apItem->SetBits(ReadU32(lHeader + TAG_NAME_SIZE));
     return apItem->mValueLength == 0 || Read(apItem->mValueLength, apItem->mValue) != 0;
 }
 
 uint32_t TAGPacket::FindItem(const char* apName, unsigned char** appWhere) const {
     *appWhere = nullptr;
-    uint32_t lOffset = 0;
-    for (uint32_t lItemSize = ItemSize(lOffset); lItemSize != 0; lItemSize = ItemSize(lOffset)) {
-        if (std::memcmp(cData + lOffset, apName, NAME_SIZE) == 0) {
+    TagItemView lItem;
+    for (size_t lOffset = 0; ParseTagItem(cData + lOffset, ValidBytes() - lOffset, &lItem);
+         lOffset += lItem.GetSize()) {
+        if (lItem.IsNamed(apName)) {
             *appWhere = cData + lOffset;
             return 1;
         }
-        lOffset += lItemSize;
     }
     return 0;
-}
-
-// Header and value of the item that begins aOffset bytes from the start; 0 when they are not wholly inside the packet.
-uint32_t TAGPacket::ItemSize(uint32_t aOffset) const {
-    const uint32_t lLeft = ValidBytes() - aOffset;
-    if (lLeft < TAG_ITEM_HEADER_SIZE)
-        return 0;
-    const uint32_t lValueSize = BytesOfBits(ReadU32(cData + aOffset + NAME_SIZE));
-    return lValueSize <= lLeft - TAG_ITEM_HEADER_SIZE ? TAG_ITEM_HEADER_SIZE + lValueSize : 0;
 }

@@ -3,8 +3,7 @@
 #include <cstdint>
 
 #include "Networking/Packet.h"
-
-constexpr uint32_t TAG_ITEM_HEADER_SIZE = 8;
+#include "Networking/TagItems.h"
 
 // One item of a TAG packet in memory.
 struct TagItem {
@@ -17,9 +16,7 @@ struct TagItem {
     uint32_t GetBits() const;      // mLength as a number of the host
 };
 
-// A sequence of TAG items without header, count, padding or trailer (ETSI TS 102 821, TAG layer):
-//
-//   | name: 4 characters | length of the value in bits: 4 bytes, most significant first | value, to whole bytes |
+// A sequence of TAG items (TagItems.h) without header, count, padding or trailer.
 //
 // cProtocol is "T".  For Parse the owner points cPayloadProtocol at five characters, the fifth NUL; null is allowed.
 class TAGPacket : public Packet {
@@ -42,7 +39,4 @@ public:
     // The first item named apName (four characters) to *appWhere: 1; its header and value are wholly inside the packet.
     // None before the end or before an item that is not: 0, null.
     uint32_t FindItem(const char* apName, unsigned char** appWhere) const;
-
-private:
-    uint32_t ItemSize(uint32_t aOffset) const;
 };

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "Networking/StatusCodes.h"
 
@@ -89,7 +90,8 @@ TEST(AFPacketTest, WritesNothingBeyondItsCapacity) {
         EXPECT_EQ(0u, lPacket.SetCRC(false)) << lCapacity;
     }
     AFPacket lPacket(70000, 1, 0);
-    EXPECT_EQ(0u, lPacket.WritePayload(65526, nullptr));  // too long: refused before it is read
+    EXPECT_EQ(1u, lPacket.WritePayload(65526, std::vector<unsigned char>(65526).data()));
+    EXPECT_EQ(0u, lPacket.SetCRC(false));  // too long
     EXPECT_EQ(PACKET_WRITE_OVERFLOW, lPacket.GetError());
 }
 
