@@ -1,6 +1,5 @@
 #include "Networking/AFLayer.h"
 
-#include "platform/Clock.h"
 #include "platform/Console.h"
 #include "runtime/Trace.h"
 
@@ -24,8 +23,8 @@ uint32_t AFLayer::Send(Packet* apPacket) {
     ciPayloadProtocol[0] = apPacket->cProtocol[0];
     if (ciPacket->WritePayload(apPacket->GetSize(), apPacket->cData) != 1)
         return Fail(ciPacket->GetError());
-    ciPacket->SetHeader(ciSequence, ciUseCRC);
-    ciPacket->SetCRC(ciUseCRC);
+    if (ciPacket->SetHeader(ciSequence, ciUseCRC) != 1 || ciPacket->SetCRC(ciUseCRC) != 1)
+        return Fail(ciPacket->GetError());
     if (ciLowerLayer->Send(ciPacket.get()) != 1)
         return FailAsBelow();
     ++ciSequence;
@@ -44,19 +43,18 @@ uint32_t AFLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagInd
             return LoseSynchronisation(lResult);
         if (lResult != 1) {
             CHECK_INVARIANT_AS(false, "0");
-            platform::Sleep(RETRY_DELAY);
             continue;
         }
         if (ciPacket->Parse() != 1) {
+            Report(StackEvent::PACKET_DAMAGED);
             platform::Print("AF Packet Parsing Failed\n");
-            ciQueue->Clear();
+            DropQueue();
             return 0;
         }
         if (!IsThisTagRegistered(ciPayloadProtocol)) {
-            cBrake.Useless(RetryBrake::REPORTED, apTimeOut);
+            Report(StackEvent::PACKET_FOREIGN, 1, ciPacket->GetSequence());
             continue;
         }
-        cBrake.Useful();
         const uint16_t lSequence = ciPacket->GetSequence();
         if (ciState != SYNCHRONISED) {
             ciSequence = lSequence;
@@ -71,6 +69,7 @@ uint32_t AFLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagInd
                 ciQueue->Insert(ciPacket.get(), lSequence, 0, 1);  // dropped when the queue is full
                 break;
             case Verdict::OUT_OF_SEQUENCE:
+                Report(lSequence < ciSequence ? StackEvent::PACKET_LATE : StackEvent::PACKETS_LOST, 1, lSequence);
                 return LoseSynchronisation(0);
         }
     }
@@ -95,9 +94,14 @@ bool AFLayer::TakeFromQueue(Packet* apOut) {
 }
 
 uint32_t AFLayer::LoseSynchronisation(uint32_t aResult) {
-    ciQueue->Clear();
+    DropQueue();
     ciState = NOT_SYNCHRONISED;
     return aResult;
+}
+
+void AFLayer::DropQueue() {
+    Report(StackEvent::PACKETS_LOST, ciQueue->GetCount(), ciSequence);
+    ciQueue->Clear();
 }
 
 AFLayer::Verdict AFLayer::Judge(uint16_t aSequence) const {
@@ -105,6 +109,6 @@ AFLayer::Verdict AFLayer::Judge(uint16_t aSequence) const {
         return Verdict::EXPECTED;
     if (aSequence > ciSequence)
         return aSequence - ciSequence <= static_cast<int>(AF_QUEUE_SIZE) ? Verdict::EARLY : Verdict::OUT_OF_SEQUENCE;
-    // Far behind is ahead, across the wrap.
+    // Ten or more behind counts as ahead: the numbering has wrapped past 65535.
     return ciSequence - aSequence < static_cast<int>(AF_QUEUE_SIZE) ? Verdict::OUT_OF_SEQUENCE : Verdict::EARLY;
 }

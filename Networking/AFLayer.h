@@ -7,7 +7,6 @@
 #include "Networking/CRC16.h"
 #include "Networking/Layer.h"
 #include "Networking/PacketQueue.h"
-#include "Networking/RetryBrake.h"
 
 constexpr uint32_t AF_QUEUE_SIZE = 10;  // early packets that are held back, and how far ahead they may be
 
@@ -51,7 +50,6 @@ private:
     void NewPacket(uint32_t aCapacity);
     bool TakeFromQueue(Packet* apOut);
     uint32_t LoseSynchronisation(uint32_t aResult);
+    void DropQueue();
     Verdict Judge(uint16_t aSequence) const;
-
-    RetryBrake cBrake{RetryBrake::LARGE_CREDIT};
 };

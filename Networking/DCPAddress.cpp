@@ -52,6 +52,7 @@ bool DCPAddress::ParseOptions(const std::string& aOptions) {
         return false;
     mFEC = aOptions.starts_with("fec=") && std::strtol(aOptions.c_str() + 4, nullptr, 10) != 0;
     mCRC = aOptions.find("crc=0") == std::string::npos;
+    mLive = aOptions.find("live=1") != std::string::npos;
     return true;
 }
 

@@ -1,5 +1,7 @@
 #include "Networking/DCPInterface.h"
 
+#include "Networking/ByteOrder.h"
+#include "Networking/TransportFactory.h"
 #include "platform/Clock.h"
 #include "platform/Console.h"
 #include "runtime/Trace.h"
@@ -29,6 +31,7 @@ DCPInterface::DCPInterface(uint32_t aDirection) : ciDirection(aDirection) {
     ciSemaphore = std::make_unique<rtemsSemaphore>(lSemaphoreName, 0, 1, 0, RTEMS_BINARY_SEMAPHORE, 0, 0, 0);
     CHECK_INVARIANT_AS(ciSemaphore != nullptr, "ciSemaphore!=0");
     CHECK_INVARIANT(ciSemaphore->successful());
+    cUnit.cPayloadProtocol = cUnitProtocol;
 }
 
 DCPInterface::~DCPInterface() {
@@ -40,63 +43,59 @@ void DCPInterface::CloseIfOpen() {
         Close();
 }
 
+// A task that Close suspended still stands in the layers that are gone: it cannot run a new stack.
+bool DCPInterface::CanOpen() const {
+    return ciState == STATE_CLOSED && !cWasStarted;
+}
+
 uint32_t DCPInterface::Open(const char* apAddress, uint32_t aLocalInterface) {
-    // A task that Close suspended still stands in the layers that are gone: it cannot run a new stack.
-    if (ciState != STATE_CLOSED || cWasStarted)
-        return Fail(DCP_INVALID_ADDRESS);
     DCPAddress lAddress;
-    if (apAddress == nullptr || lAddress.Parse(apAddress) != 0)
+    if (apAddress == nullptr || lAddress.Parse(apAddress) != 0 || !CanOpen())
         return Fail(DCP_INVALID_ADDRESS);
-    Layer* const lpTransport = OpenTransport(lAddress, aLocalInterface);
-    if (lpTransport == nullptr)
-        return 0;
-    const bool lIsFile = lAddress.mTransport == TRANSPORT_FILE;
+    ciTransport = lAddress.mTransport;
+    TransportSettings lSettings = ciSettings;
+    lSettings.mLive = lSettings.mLive || lAddress.mLive;
+    MadeTransport lMade = MakeTransport(lAddress, ciDirection, aLocalInterface, lSettings);
+    if (lMade.mTransport == nullptr)
+        return Fail(lMade.mError);
+    ciUDPIPLayer = lMade.mUDPIPLayer;
+    ciFileLayer = lMade.mFileLayer;
+    return Open(std::move(lMade.mTransport), lAddress);
+}
+
+uint32_t DCPInterface::Open(std::unique_ptr<Transport> aTransport, const DCPAddress& aAddress) {
+    if (aTransport == nullptr || !CanOpen())
+        return Fail(DCP_INVALID_ADDRESS);
+    ciTransportLayer = std::move(aTransport);
+    BuildStack(aAddress);
+    ciState = STATE_OPEN;
+    return 1;
+}
+
+void DCPInterface::BuildStack(const DCPAddress& aAddress) {
+    const TransportTraits& lTraits = ciTransportLayer->GetTraits();
+    RegisterChecked(*ciTransportLayer, "AF");
+    RegisterChecked(*ciTransportLayer, "PF");
 
     ciPFTLayer = std::make_unique<PFTLayer>();
-    ciPFTLayer->SetLowerLayer(lpTransport);
-    ciPFTLayer->SetAddressing(lIsFile ? 1 : 0);
-    ciPFTLayer->SetMode(!lAddress.mPFT ? PFT_MODE_NONE : lAddress.mFEC ? PFT_MODE_FEC : PFT_MODE_FRAGMENT);
+    if (ciSupportedErrors != 0)
+        ciPFTLayer->ciSupportedErrors = ciSupportedErrors;
+    ciPFTLayer->SetLowerLayer(ciTransportLayer.get());
+    ciPFTLayer->SetAddressing(lTraits.mHasAddressing ? 1 : 0);
+    ciPFTLayer->SetMode(!aAddress.mPFT ? PFT_MODE_NONE : aAddress.mFEC ? PFT_MODE_FEC : PFT_MODE_FRAGMENT);
 
     ciAFLayer = std::make_unique<AFLayer>();
-    ciAFLayer->ciUseCRC = lAddress.mCRC;
-    ciAFLayer->SetFileMode(lIsFile);
+    ciAFLayer->ciUseCRC = aAddress.mCRC;
+    ciAFLayer->SetFileMode(lTraits.mFileMode);
     ciAFLayer->SetLowerLayer(ciPFTLayer.get());
     RegisterChecked(*ciPFTLayer, "AF");
 
     SetLowerLayer(ciAFLayer.get());
     RegisterChecked(*ciAFLayer, "T");
-    ciState = STATE_OPEN;
-    return 1;
-}
-
-// Makes the stack's lowest layer; null with the endpoint's code when it refuses.
-Layer* DCPInterface::OpenTransport(const DCPAddress& aAddress, uint32_t aLocalInterface) {
-    ciTransport = aAddress.mTransport;
-    if (ciTransport != TRANSPORT_UDP && ciTransport != TRANSPORT_FILE) {
-        Fail(DCP_TRANSPORT_NOT_SUPPORTED);
-        return nullptr;
-    }
-    const char* const lpName = aAddress.mName.c_str();
-    Layer* lpTransport = nullptr;
-    uint32_t lResult = 0;
-    if (ciTransport == TRANSPORT_UDP) {
-        ciUDPIPLayer = std::make_unique<UDPIPLayer>();
-        lpTransport = ciUDPIPLayer.get();
-        lResult = ciUDPIPLayer->OpenSocket(ciDirection, aAddress.mNumber, lpName, aLocalInterface);
-    } else {
-        ciFileLayer = std::make_unique<FileLayer>();
-        lpTransport = ciFileLayer.get();
-        lResult = ciFileLayer->Open(lpName, ciDirection == 1, aAddress.mNumber);
-    }
-    if (lResult != 1) {
-        Fail(lpTransport->GetError());
-        ciUDPIPLayer = nullptr;
-        ciFileLayer = nullptr;
-        return nullptr;
-    }
-    RegisterChecked(*lpTransport, "AF");
-    RegisterChecked(*lpTransport, "PF");
-    return lpTransport;
+    cReporter.SetObserver(ciObserver);
+    for (Layer* const lpLayer :
+         {ciLowerLayer, ciAFLayer->ciLowerLayer, ciPFTLayer->ciLowerLayer, static_cast<Layer*>(this)})
+        lpLayer->ciReporter = &cReporter;
 }
 
 uint32_t DCPInterface::Start() {
@@ -119,6 +118,7 @@ void DCPInterface::Close() {
     ciPFTLayer = nullptr;
     ciUDPIPLayer = nullptr;
     ciFileLayer = nullptr;
+    ciTransportLayer = nullptr;
     ciState = STATE_CLOSED;
 }
 
@@ -134,7 +134,13 @@ uint32_t DCPInterface::RegisterTag(const char* apTag, uint32_t* apIndex) {
 }
 
 uint32_t DCPInterface::GetQueueCount(uint32_t aTagIndex) {
-    return aTagIndex < ciTagCount ? ciTagQueue[aTagIndex]->GetCount() : 0;
+    PacketFifo* const lpFifo = FifoOf(aTagIndex);
+    return lpFifo != nullptr ? lpFifo->GetCount() : 0;
+}
+
+// Null for an index without a tag, and for a tag that was registered through the base class, which makes no fifo.
+PacketFifo* DCPInterface::FifoOf(uint32_t aTagIndex) const {
+    return aTagIndex < ciTagCount ? ciTagQueue[aTagIndex].get() : nullptr;
 }
 
 uint32_t DCPInterface::Send(Packet* apPacket) {
@@ -147,11 +153,10 @@ uint32_t DCPInterface::Send(Packet* apPacket) {
 
 uint32_t DCPInterface::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) {
     ciHeldPacket = nullptr;
-    if (aTagIndex >= ciTagCount)
+    PacketFifo* const lpFifo = FifoOf(aTagIndex);
+    if (lpFifo == nullptr)
         return 0;
-    Packet* lpPacket = nullptr;
-    const uint32_t lResult = ciTagQueue[aTagIndex]->Get(&lpPacket, *apTimeOut);
-    ciHeldPacket.reset(lpPacket);
+    const uint32_t lResult = lpFifo->Get(&ciHeldPacket, *apTimeOut);
     if (lResult == 1)
         apOut->Share(ciHeldPacket.get());
     return lResult;
@@ -167,71 +172,99 @@ void DCPInterface::body(uint32_t aArgument) {
 }
 
 void DCPInterface::ReceivingLoop() {
-    char lProtocol[5] = "";
-    TAGPacket lUnit(0);
-    lUnit.cPayloadProtocol = lProtocol;
-    const bool lIsFile = ciTransport == TRANSPORT_FILE;
-    for (uint32_t lDelay = 0;;) {
-        if (!lIsFile)
-            lDelay = ciTimeOut;
-        const uint32_t lResult = ciLowerLayer->Receive(&lUnit, &lDelay, 0);
+    const bool lPacesItself = ciTransportLayer->GetTraits().mPacesItself;
+    for (cDelay = 0;;) {
+        if (!lPacesItself)
+            cDelay = ciTimeOut;
+        const uint32_t lResult = ciLowerLayer->Receive(&cUnit, &cDelay, 0);
         if (lResult == 1) {
-            FileUnit(lUnit, &lDelay);
-        } else if (lResult == 2) {
+            FileUnit(lPacesItself);
+            continue;
+        }
+        if (lResult == 2) {
             platform::Print("DCPInterface::body TIME_OUT\n");
             ciTimeOut = DCP_NETWORK_TIMEOUT;
-        } else if (!lIsFile) {
+        } else if (!lPacesItself) {
             platform::Print("DCPInterface::body  Error %d\n", static_cast<int>(ciLowerLayer->GetError()));
         }
-        if (lResult != 1 && lIsFile)
-            lDelay = RETRY_DELAY;
+        if (lPacesItself)
+            cDelay = RETRY_DELAY;
     }
 }
 
-// Puts a unit into the fifo of its tag and, for a file, says when to read on.
-void DCPInterface::FileUnit(TAGPacket& aUnit, uint32_t* apDelay) {
-    if (aUnit.Parse() != 1) {
-        platform::Print("DCPInterface::body Parse() == FAILED\n");
-        cBrake.Useless(RetryBrake::REPORTED, apDelay);
+// Puts the unit in hand into the fifo of its tag and says when a file is to be read on.
+void DCPInterface::FileUnit(bool aPacesItself) {
+    PacketFifo* const lpFifo = JudgeUnit();
+    if (lpFifo == nullptr)
         return;
-    }
-    const uint32_t lIndex = GetTagIndex(aUnit.cPayloadProtocol);
-    if (lIndex == LAYER_NO_TAG_INDEX) {
-        platform::Print("DCPInterface::body IsThisTagRegistered == false\n");
-        cBrake.Useless(RetryBrake::REPORTED, apDelay);
-        return;
-    }
-    cBrake.Useful();
-    if (ciTransport == TRANSPORT_FILE)
-        *apDelay = ciTagQueue[lIndex]->GetCount() < FULL_FIFO ? 0 : FULL_FIFO_DELAY;
-    if (ciTagQueue[lIndex]->Put(&aUnit) != 1)
+    if (aPacesItself)
+        cDelay = lpFifo->GetCount() < FULL_FIFO ? 0 : FULL_FIFO_DELAY;
+    if (lpFifo->Put(&cUnit) == 1) {
+        Report(StackEvent::UNIT_FILED);
+    } else {
+        Report(StackEvent::UNIT_OVERFLOWED);
         platform::Print("DCP Interface Overflow\n");
+    }
+}
+
+// The fifo that the unit in hand goes to; null when it is of no use.
+PacketFifo* DCPInterface::JudgeUnit() {
+    if (cUnit.Parse() != 1) {
+        Report(StackEvent::UNIT_DAMAGED);
+        platform::Print("DCPInterface::body Parse() == FAILED\n");
+        return nullptr;
+    }
+    PacketFifo* const lpFifo = FifoOf(GetTagIndex(cUnitProtocol));
+    if (lpFifo == nullptr) {
+        Report(StackEvent::UNIT_FOREIGN, 1, ReadU32(reinterpret_cast<const unsigned char*>(cUnitProtocol)));
+        platform::Print("DCPInterface::body IsThisTagRegistered == false\n");
+        return nullptr;
+    }
+    return lpFifo;
 }
 
 void DCPInterface::SendingLoop() {
-    for (;;) {
-        Packet* lpPacket = nullptr;
-        ciSendQueue->Get(&lpPacket, FIFO_NO_WAIT);
-        const std::unique_ptr<Packet> lPacket(lpPacket);
-        if (lPacket != nullptr)
-            SendDown(lPacket.get());
-        else
-            platform::Sleep(RETRY_DELAY);  // the fifo's semaphore is at fault and will be again
+    while (ciSendQueue != nullptr) {
+        ciSendQueue->Get(&cSendingPacket, FIFO_NO_WAIT);
+        if (cSendingPacket == nullptr)
+            break;  // the fifo's semaphore is at fault and would answer like that for ever
+        if (const uint32_t lCode = SendDown(cSendingPacket.get()); lCode != 0)
+            Fail(lCode);
+        cSendingPacket = nullptr;
     }
+    for (;;)
+        platform::Sleep(DCP_NETWORK_TIMEOUT);  // until the task is ended: there is nothing that it could send
 }
 
-void DCPInterface::SendDown(Packet* apPacket) {
+// 0, or the code that says why the packet did not go out.
+uint32_t DCPInterface::SendDown(Packet* apPacket) {
+    uint32_t lCode = 0;
     if (!IsThisTagRegistered(apPacket->cPayloadProtocol)) {
-        Fail(LAYER_TAG_NOT_REGISTERED);
-        return;
+        lCode = LAYER_TAG_NOT_REGISTERED;
+    } else if (apPacket->GetSize() > ciMaxPacketSize) {
+        lCode = LAYER_PACKET_TOO_BIG;
+    } else {
+        ciSemaphore->obtain(RTEMS_WAIT);
+        if (ciLowerLayer->Send(apPacket) != 1)
+            lCode = ciLowerLayer->GetError();
+        ciSemaphore->release();
     }
-    if (apPacket->GetSize() > ciMaxPacketSize) {
-        Fail(LAYER_PACKET_TOO_BIG);
-        return;
-    }
-    // Not by a guard object: the semaphore is gone when an ended task unwinds from here.
-    ciSemaphore->obtain(RTEMS_WAIT);
-    if (ciLowerLayer->Send(apPacket) != 1)
-        FailAsBelow();
-    ciSemaphore->release();
+    Report(lCode == 0 ? StackEvent::UNIT_SENT : StackEvent::UNIT_REFUSED, 1, lCode);
+    return lCode;
+}
+
+uint32_t DCPInterface::PullUnit(uint32_t* apTimeOut, const TAGPacket** appUnit) {
+    const uint32_t lResult = ciLowerLayer->Receive(&cUnit, apTimeOut, 0);
+    if (lResult != 1)
+        return lResult;
+    if (JudgeUnit() == nullptr)
+        return 0;
+    Report(StackEvent::UNIT_FILED);
+    *appUnit = &cUnit;
+    return 1;
+}
+
+uint32_t DCPInterface::PushUnit(Packet* apPacket) {
+    const uint32_t lCode = SendDown(apPacket);
+    return lCode == 0 ? 1 : Fail(lCode);
 }

@@ -10,8 +10,9 @@
 #include "Networking/Layer.h"
 #include "Networking/PFTLayer.h"
 #include "Networking/PacketFifo.h"
-#include "Networking/RetryBrake.h"
+#include "Networking/StackObserver.h"
 #include "Networking/TAGPacket.h"
+#include "Networking/Transport.h"
 #include "Networking/UDPIPLayer.h"
 #include "runtime/rtemsSemaphore.h"
 #include "runtime/rtemsTask.h"
@@ -24,8 +25,8 @@ constexpr uint32_t DCP_NETWORK_TIMEOUT = 6000;  // milliseconds
 // item; a sending one (direction 1) sends what the application put into its send fifo.
 //
 // Construct, Open, RegisterTag, Start; then Receive, or Send and GetError, on one application thread; Close or the
-// destructor at the end.  The task is suspended and its stack freed wherever it stands.  A subclass's destructor begins
-// with CloseIfOpen: the task must not run while an object is becoming one of its base class.
+// destructor at the end.  The task is suspended and its layers are freed wherever it stands.  A subclass's destructor
+// begins with CloseIfOpen: the task must not run while an object is becoming one of its base class.
 class DCPInterface : public Layer, public rtemsTask {
 public:
     enum State : uint32_t { STATE_CLOSED = 0, STATE_OPEN = 1, STATE_STARTED = 2 };
@@ -37,6 +38,8 @@ public:
     // multicast group.  1, or 0 with DCP_INVALID_ADDRESS (also when it is open already, or was started before),
     // DCP_TRANSPORT_NOT_SUPPORTED (tcp, ser) or the code of the transport.
     uint32_t Open(const char* apAddress, uint32_t aLocalInterface);
+    // The same over an open transport that the caller made; of the address only mPFT, mFEC, mCRC and mLive count.
+    uint32_t Open(std::unique_ptr<Transport> aTransport, const DCPAddress& aAddress);
 
     uint32_t Start();  // 1, or 0 without a code when the endpoint is not open
     void Close();
@@ -54,6 +57,12 @@ public:
     // the next Receive; 2 on time-out, with a line on the console; 0 for an index without a tag.
     uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) override;
 
+    // Work the stack on the calling thread, of an endpoint that is open and not started.  PullUnit asks the stack once,
+    // with *apTimeOut as in Layer, and judges what comes: 1, *appUnit views the next unit until the next PullUnit;
+    // 2 nothing came; 0 a packet or unit was lost.  PushUnit sends: 1, or 0 with the code as GetError would give it.
+    uint32_t PullUnit(uint32_t* apTimeOut, const TAGPacket** appUnit);
+    uint32_t PushUnit(Packet* apPacket);
+
     // The task's work; returns at once for an argument other than 0.
     void body(uint32_t aArgument) override;
 
@@ -61,8 +70,15 @@ public:
     uint32_t ciTransport = TRANSPORT_UDP;
     std::unique_ptr<AFLayer> ciAFLayer;
     std::unique_ptr<PFTLayer> ciPFTLayer;
-    std::unique_ptr<UDPIPLayer> ciUDPIPLayer;
-    std::unique_ptr<FileLayer> ciFileLayer;
+    std::unique_ptr<Transport> ciTransportLayer;
+    UDPIPLayer* ciUDPIPLayer = nullptr;  // views of the transport by its type, else null
+    FileLayer* ciFileLayer = nullptr;
+
+    // To be set before Open.
+    TransportSettings ciSettings;
+    uint32_t ciSupportedErrors = 0;  // lost fragments per packet that parity is sized for; 0: the registry's number
+    StackObserver* ciObserver = nullptr;  // not owned; outlives the endpoint; told of everything that the stack meets
+
     uint32_t ciFifoCapacity = DCP_FIFO_CAPACITY;  // units of a tag; to be set before RegisterTag
     std::unique_ptr<PacketFifo> ciTagQueue[LAYER_MAX_TAGS];
     std::unique_ptr<PacketFifo> ciSendQueue;
@@ -75,12 +91,21 @@ protected:
     void CloseIfOpen();
 
 private:
-    Layer* OpenTransport(const DCPAddress& aAddress, uint32_t aLocalInterface);
+    bool CanOpen() const;
+    void BuildStack(const DCPAddress& aAddress);
+    PacketFifo* FifoOf(uint32_t aTagIndex) const;
     void ReceivingLoop();
-    void FileUnit(TAGPacket& aUnit, uint32_t* apDelay);
+    void FileUnit(bool aPacesItself);
+    PacketFifo* JudgeUnit();
     void SendingLoop();
-    void SendDown(Packet* apPacket);
+    uint32_t SendDown(Packet* apPacket);
 
     bool cWasStarted = false;
-    RetryBrake cBrake{RetryBrake::LARGE_CREDIT};
+    StackReporter cReporter;
+
+    // What the task works on belongs to the endpoint, since the task may be ended anywhere.
+    char cUnitProtocol[5] = "";
+    TAGPacket cUnit{0};   // received, or in PullUnit
+    uint32_t cDelay = 0;  // of the next request to the stack, in milliseconds
+    std::unique_ptr<Packet> cSendingPacket;
 };

@@ -4,7 +4,7 @@
 
 #include "runtime/Trace.h"
 
-FECProcessor::FECProcessor() : cpcCodec(CreateRSCodec(8, 0x11D, 1, 1, RS_PARITY_SIZE, 0)) {
+FECProcessor::FECProcessor() : cpcCodec(SharedRSCodec()) {
     CHECK_INVARIANT_AS(cpcCodec != nullptr, "0");
 }
 
@@ -58,7 +58,7 @@ bool FECProcessor::CorrectBlock(unsigned char* apBlock, uint32_t aStart, const s
     unsigned char lCodeword[RS_CODEWORD_SIZE] = {};
     std::memcpy(lCodeword, apBlock, ciRSk);
     std::memcpy(lCodeword + ciMaxData, apBlock + ciRSk, ciParity);
-    if (DecodeRS(cpcCodec.get(), lCodeword, lErased, lErasedCount) < 0)
+    if (DecodeRS(cpcCodec, lCodeword, lErased, lErasedCount) < 0)
         return false;
     std::memcpy(apBlock, lCodeword, ciRSk);
     return true;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <vector>
 
 #include "Networking/Packet.h"
@@ -29,7 +28,7 @@ public:
     uint32_t ciRSz = 0;                        // zero bytes at the end of the last block's data
     const uint32_t ciMaxData = RS_DATA_SIZE;   // of a message of the code
     const uint32_t ciParity = RS_PARITY_SIZE;  // bytes of a block
-    std::unique_ptr<const RSCodec> cpcCodec;
+    const RSCodec* const cpcCodec;             // never freed
 
 private:
     bool CorrectBlock(unsigned char* apBlock, uint32_t aStart, const std::vector<bool>& aMissing) const;

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "Networking/ByteOrder.h"
-#include "Networking/RetryBrake.h"
+#include "Networking/FrameTime.h"
 #include "platform/Clock.h"
 #include "platform/Console.h"
 #include "platform/File.h"
@@ -15,13 +15,12 @@ namespace {
 constexpr uint32_t AF_SEQUENCE_OFFSET = 6;
 constexpr uint32_t PFT_SEQUENCE_OFFSET = 2;
 
-bool HasName(const unsigned char* apItem, const char* apName) {
-    return std::memcmp(apItem, apName, 4) == 0;
-}
-
 }  // namespace
 
-FileLayer::FileLayer() : ciPacket(std::make_unique<Packet>(FILE_MAX_PACKET_SIZE)), ciRecordHeader{} {
+FileLayer::FileLayer()
+    : Transport({.mPacesItself = true, .mHasAddressing = true, .mFileMode = true}),
+      ciPacket(std::make_unique<Packet>(FILE_MAX_PACKET_SIZE)),
+      ciRecordHeader{} {
     ciMaxPacketSize = FILE_MAX_PACKET_SIZE;
     ciOverhead = RECORD_HEADER_SIZE;
     ciPacket->cProtocol = ciProtocol;
@@ -32,8 +31,7 @@ uint32_t FileLayer::Open(const char* apPath, bool aWrite, uint32_t aLimit) {
     ciFileSize = 0;
     ciReadOffset = 0;
     ciAtEnd = false;
-    ciSkippedRecords = 0;
-    ciCutOff = false;
+    cCutOff = false;
     if (aWrite) {
         ciRecordLimit = aLimit;
         ciRecordCount = 0;
@@ -82,27 +80,29 @@ void FileLayer::Close() {
 }
 
 uint32_t FileLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {
-    if (*apTimeOut != 0 && !ciOnePass)
+    const bool lOnePass = ciSettings.mOnePass;
+    if (*apTimeOut != 0 && !lOnePass)
         platform::Sleep(*apTimeOut);
     *apTimeOut = 0;
-    const uint32_t lResult = ciOnePass ? FindPacketOnce() : FindPacket();
-    if (lResult == 1)
+    if (!lOnePass)
+        BrakeInput();
+    const uint32_t lResult = lOnePass ? FindPacketOnce() : FindPacket();
+    if (lResult == 1) {
+        Report(StackEvent::INPUT_TAKEN);
         apOut->Share(ciPacket.get());
-    else if (!ciOnePass)
+    } else if (!lOnePass) {
         *apTimeOut = RETRY_DELAY;
+    }
     return lResult;
 }
 
 uint32_t FileLayer::FindPacketOnce() {
-    while (!ciCutOff && ciReadOffset + RECORD_HEADER_SIZE <= ciFileSize) {
-        const Scan lScan = ScanRecord();
-        if (lScan == Scan::FOUND)
+    while (!ciAtEnd && !cCutOff && ciReadOffset + RECORD_HEADER_SIZE <= ciFileSize) {
+        if (NextRecord() == Scan::FOUND)
             return 1;
-        if (lScan == Scan::SKIPPED)
-            ++ciSkippedRecords;
-        ciCutOff = lScan == Scan::CUT_OFF;
     }
-    ciCutOff = ciCutOff || ciReadOffset < ciFileSize;  // what is left is too short for a record
+    if (!ciAtEnd)
+        EndPass();
     ciAtEnd = true;
     ciError = FILE_END;
     return 2;
@@ -116,12 +116,13 @@ uint32_t FileLayer::FindPacket() {
     // From inside the file, its rest and one whole pass.
     for (int lPassesLeft = ciReadOffset == 0 ? 1 : 2; lPassesLeft > 0;) {
         if (ciReadOffset + RECORD_HEADER_SIZE > ciFileSize) {
+            EndPass();
             ciReadOffset = 0;
             --lPassesLeft;
             continue;
         }
         const bool lFirstRecord = ciReadOffset == 0;
-        const Scan lScan = ScanRecord();
+        const Scan lScan = NextRecord();
         if (lScan == Scan::FOUND)
             return 1;
         if (lScan == Scan::CUT_OFF && !lFirstRecord) {
@@ -136,45 +137,51 @@ uint32_t FileLayer::FindPacket() {
     return 0;
 }
 
+void FileLayer::EndPass() {
+    if (ciReadOffset < ciFileSize && !cCutOff) {  // what is left is too short for a record
+        NoteRecord();
+        Report(StackEvent::RECORDING_CUT_OFF);
+    }
+    cCutOff = false;
+    Report(StackEvent::PASS_ENDED);
+}
+
+// For the reports to come: what they are about is the record at ciReadOffset.
+void FileLayer::NoteRecord() {
+    InputPlace& lInput = Input();
+    lInput.mRecord = ciReadOffset == 0 ? 1 : lInput.mRecord + 1;
+    lInput.mOffset = ciReadOffset;
+}
+
+FileLayer::Scan FileLayer::NextRecord() {
+    NoteRecord();
+    const Scan lScan = ScanRecord();
+    if (lScan == Scan::SKIPPED)
+        Report(StackEvent::RECORD_SKIPPED);
+    if (lScan == Scan::CUT_OFF && !cCutOff)
+        Report(StackEvent::RECORDING_CUT_OFF);
+    cCutOff = cCutOff || lScan == Scan::CUT_OFF;
+    return lScan;
+}
+
 FileLayer::Scan FileLayer::ScanRecord() {
-    const uint64_t lStart = ciReadOffset;
-    uint64_t lPacketSize = 0;
-    if (!FindPacketStart(lStart, &lPacketSize))
+    std::memcpy(ciRecordHeader, ciImage.get() + ciReadOffset, RECORD_HEADER_SIZE);
+    const RecordHeader lHeader = ParseRecordHeader(ciRecordHeader);
+    ciReadOffset += lHeader.mHeaderSize;
+    if (!lHeader.mHasPacket)
         return Scan::SKIPPED;
-    if (lPacketSize > ciMaxPacketSize) {
-        ciReadOffset += lPacketSize;
+    if (lHeader.mPacketSize > ciMaxPacketSize) {
+        ciReadOffset += lHeader.mPacketSize;
         return Scan::SKIPPED;
     }
-    if (lPacketSize > ciFileSize - ciReadOffset)
+    if (lHeader.mPacketSize > ciFileSize - ciReadOffset)
         return Scan::CUT_OFF;
     ciPacket->Rewind();
     ciPacket->SetSize(0);
-    ciPacket->Write(static_cast<uint32_t>(lPacketSize), ciImage.get() + ciReadOffset);
-    ciReadOffset += lPacketSize;
-    ciProtocol[0] = lPacketSize >= 2 ? static_cast<char>(ciPacket->cData[0]) : '\0';
-    ciProtocol[1] = lPacketSize >= 2 ? static_cast<char>(ciPacket->cData[1]) : '\0';
+    ciPacket->Write(static_cast<uint32_t>(lHeader.mPacketSize), ciImage.get() + ciReadOffset);
+    ciReadOffset += lHeader.mPacketSize;
+    SetTag(ciProtocol, *ciPacket);
     return IsThisTagRegistered(ciProtocol) ? Scan::FOUND : Scan::SKIPPED;
-}
-
-// Moves ciReadOffset to the packet of the record at aStart, whose header lies inside the file: true.  A record of
-// another form is passed over whole: false.
-bool FileLayer::FindPacketStart(uint64_t aStart, uint64_t* apPacketSize) {
-    std::memcpy(ciRecordHeader, ciImage.get() + aStart, RECORD_HEADER_SIZE);
-    const unsigned char* const lpValue = ciRecordHeader + RECORD_ITEM_HEADER_SIZE;
-    if (HasName(ciRecordHeader, "fio_")) {
-        if (HasName(lpValue, "time") && ReadU32(lpValue + 4) == 64 && HasName(ciRecordHeader + 24, "afpf")) {
-            *apPacketSize = BytesOfBits(ReadU32(ciRecordHeader + 28));
-            ciReadOffset = aStart + RECORD_HEADER_SIZE;
-            return true;
-        }
-        if (HasName(lpValue, "afpf")) {
-            *apPacketSize = BytesOfBits(ReadU32(lpValue + 4));
-            ciReadOffset = aStart + RECORD_SHORT_HEADER_SIZE;
-            return true;
-        }
-    }
-    ciReadOffset = aStart + RECORD_ITEM_HEADER_SIZE + BytesOfBits(ReadU32(ciRecordHeader + 4));
-    return false;
 }
 
 uint32_t FileLayer::Send(Packet* apPacket) {
@@ -200,7 +207,7 @@ uint32_t FileLayer::Send(Packet* apPacket) {
 // Not stoppable: a task that is stopped in a write holds the stream, and Close would wait for it.
 uint32_t FileLayer::WriteRecord(const Packet& aPacket) {
     const platform::StopGuard lGuard;
-    const uint64_t lMilliseconds = uint64_t{ciRecordCount} * FILE_FRAME_TIME;
+    const uint64_t lMilliseconds = uint64_t{ciRecordCount} * DRM_FRAME_TIME;
     const RecordTime lTime = {static_cast<uint32_t>(lMilliseconds / 1000),
                               static_cast<uint32_t>(lMilliseconds % 1000 * 1000000)};
     WriteRecordHeader(ciRecordHeader, aPacket.GetSize(), &lTime);

@@ -4,17 +4,16 @@
 #include <cstdio>
 #include <memory>
 
-#include "Networking/Layer.h"
 #include "Networking/RecordFormat.h"
+#include "Networking/Transport.h"
 
 constexpr uint32_t FILE_MAX_SIZE = 524288;  // bytes of a recording
 constexpr uint32_t FILE_MAX_PACKET_SIZE = 4968;
 constexpr uint32_t FILE_DEFAULT_RECORD_LIMIT = 10;
-constexpr uint32_t FILE_FRAME_TIME = 400;  // milliseconds from one sequence number to the next in a recording
 
 // The transport over a recording (RecordFormat.h): plays a file of at most 524,288 bytes, held in memory, record by
 // record in an endless loop; or records packets until a number of distinct sequence numbers has been counted.
-class FileLayer : public Layer {
+class FileLayer : public Transport {
 public:
     FileLayer();
     ~FileLayer() override { Close(); }
@@ -33,11 +32,11 @@ public:
     // Sleeps *apTimeOut milliseconds, sets it to 0 and hands up the next AF packet or PF fragment of a registered
     // protocol.  Other records are skipped.  1; 2 with FILE_END when a record is cut off by the end of the file; 0
     // without a code when a whole pass finds nothing, and with a line on the console when the file is too short for a
-    // record or its first record is cut off.
-    // After 0 and 2 *apTimeOut is RETRY_DELAY, so that a caller who asks again does not spin.
+    // record or its first record is cut off.  After 0 and 2 *apTimeOut is RETRY_DELAY, so that a caller who asks again
+    // with it does not spin; and the layer waits by itself while its packets lead to no unit.
     //
-    // With ciOnePass it does not sleep, and at the end of the recording, also at a record that is cut off there, gives
-    // 2 with FILE_END and sets ciAtEnd.
+    // In one pass (TransportSettings) it does not wait, and at the end of the recording, also at a record that is cut
+    // off there, it gives 2 with FILE_END and is at its end.
     uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) override;
 
     std::FILE* ciFile = nullptr;  // while recording
@@ -52,17 +51,17 @@ public:
     uint64_t ciReadOffset = 0;  // of the next record; beyond the end after a record that claims to be longer
     std::unique_ptr<unsigned char[]> ciImage;  // ciFileSize bytes
 
-    bool ciOnePass = false;         // read the recording once; to be set between Open and Receive
-    uint32_t ciSkippedRecords = 0;  // in that pass: of another form or protocol, or too long
-    bool ciCutOff = false;          // the recording ends in the middle of a record
-
 private:
     enum class Scan { FOUND, SKIPPED, CUT_OFF };
 
     uint32_t ReadImage(std::FILE* apFile);
     uint32_t FindPacket();
     uint32_t FindPacketOnce();
+    Scan NextRecord();
     Scan ScanRecord();
-    bool FindPacketStart(uint64_t aStart, uint64_t* apPacketSize);
+    void NoteRecord();
+    void EndPass();
     uint32_t WriteRecord(const Packet& aPacket);
+
+    bool cCutOff = false;  // a record of this pass was cut off, and that has been reported
 };

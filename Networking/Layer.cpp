@@ -13,6 +13,12 @@ void Layer::DeriveMaxPacketSize() {
         ciMaxPacketSize = ciLowerLayer->ciMaxPacketSize - ciOverhead;
 }
 
+void Layer::SetTag(char (&aTag)[3], const Packet& aPacket) {
+    const bool lIsNamed = aPacket.ValidBytes() >= 2;
+    aTag[0] = lIsNamed ? static_cast<char>(aPacket.cData[0]) : '\0';
+    aTag[1] = lIsNamed ? static_cast<char>(aPacket.cData[1]) : '\0';
+}
+
 uint32_t Layer::RegisterTag(const char* apTag, uint32_t* apIndex) {
     if (IsThisTagRegistered(apTag))
         return 1;

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "Networking/Packet.h"
+#include "Networking/StackObserver.h"
 
 constexpr uint32_t LAYER_MAX_TAGS = 2;
 // A ciMaxPacketSize that does not follow from the layer below.
@@ -41,12 +42,22 @@ public:
 
     uint32_t GetError() { return ciError.exchange(0); }
 
+    // Tells the stack's observer, if there is one.
+    void Report(StackEvent aEvent, uint64_t aCount = 1, uint32_t aNumber = NO_EVENT_NUMBER) {
+        if (ciReporter != nullptr)
+            ciReporter->Report(aEvent, aCount, aNumber);
+    }
+
+    // Writes the protocol that a received packet's first two bytes name, and a NUL; empty for a shorter packet.
+    static void SetTag(char (&aTag)[3], const Packet& aPacket);
+
     uint32_t ciMaxPacketSize = 0;       // bytes that the layer takes from above
     uint32_t ciOverhead = 0;            // bytes that it adds to a packet
     std::atomic<uint32_t> ciError = 0;  // the last code; a task writes it, the application may fetch it
     uint32_t ciState = 0;               // the subclass's
     Layer* ciLowerLayer = nullptr;
     bool ciAtEnd = false;  // a transport has come to the end of what there is: the layers above wait for nothing more
+    StackReporter* ciReporter = nullptr;  // the stack's; not owned; null: nobody is told anything
     uint16_t ciTagCount = 0;
     const char* ciTags[LAYER_MAX_TAGS] = {};
 

@@ -44,7 +44,9 @@ PacketFifo::PacketFifo(uint32_t aCapacity) : cCapacity(aCapacity) {
     CHECK_INVARIANT(ciAccessSemaphore->successful());
 }
 
+// Not stoppable: a task that is ended in between would leave the copy behind, or a packet that nobody counts.
 uint32_t PacketFifo::Put(const Packet* apPacket) {
+    const platform::StopGuard lGuard;
     auto lCopy = std::make_unique<NamedPacket>(*apPacket, apPacket->cProtocol, apPacket->cPayloadProtocol);
     {
         const Access lAccess(*this);
@@ -57,20 +59,38 @@ uint32_t PacketFifo::Put(const Packet* apPacket) {
 }
 
 uint32_t PacketFifo::Get(Packet** appOut, uint32_t aTimeOut) {
+    if (!WaitForPacket(aTimeOut))
+        return 2;
+    *appOut = TakeFirst().release();
+    return 1;
+}
+
+uint32_t PacketFifo::Get(std::unique_ptr<Packet>* apOut, uint32_t aTimeOut) {
+    if (!WaitForPacket(aTimeOut))
+        return 2;
+    const platform::StopGuard lGuard;
+    *apOut = TakeFirst();
+    return 1;
+}
+
+bool PacketFifo::WaitForPacket(uint32_t aTimeOut) {
     const rtems_status_code lStatus = aTimeOut == FIFO_NO_WAIT ? ciSemaphore->obtain(RTEMS_NO_WAIT)
                                                                : ciSemaphore->obtain(RTEMS_WAIT, aTimeOut * 1000);
     if (lStatus == RTEMS_TIMEOUT) {
         platform::Print("TIME_OUT on ciSemaphore->obtain\n");
-        return 2;
+        return false;
     }
     CheckStatus(lStatus);
-    *appOut = nullptr;
+    return true;
+}
+
+std::unique_ptr<Packet> PacketFifo::TakeFirst() {
     const Access lAccess(*this);
-    if (!cList.empty()) {
-        *appOut = cList.front().release();
-        cList.pop_front();
-    }
-    return 1;
+    if (cList.empty())
+        return nullptr;
+    std::unique_ptr<Packet> lFirst = std::move(cList.front());
+    cList.pop_front();
+    return lFirst;
 }
 
 uint32_t PacketFifo::GetCount() {

@@ -25,6 +25,8 @@ public:
     // the oldest one in *appOut, which the caller owns now: deleting it frees its names too.  Null there after a fault
     // of the semaphore. 2 on time-out, with a line on the console.
     uint32_t Get(Packet** appOut, uint32_t aTimeOut);
+    // The same into an owner, which stands for null while nothing is there; for a task that may be ended at any moment.
+    uint32_t Get(std::unique_ptr<Packet>* apOut, uint32_t aTimeOut);
 
     uint32_t GetCount();
     bool IsEmpty() { return GetCount() == 0; }
@@ -35,6 +37,9 @@ public:
 
 private:
     class Access;
+
+    bool WaitForPacket(uint32_t aTimeOut);
+    std::unique_ptr<Packet> TakeFirst();
 
     const uint32_t cCapacity;
     std::deque<std::unique_ptr<Packet>> cList;

@@ -108,6 +108,11 @@ std::unique_ptr<const RSCodec> CreateRSCodec(int32_t aSymbolSize, int32_t aGener
     return nullptr;
 }
 
+const RSCodec* SharedRSCodec() {
+    static const RSCodec* const slpCodec = CreateRSCodec(8, 0x11D, 1, 1, RS_PARITY_SIZE, 0).release();
+    return slpCodec;
+}
+
 void EncodeRS(const RSCodec* apcCodec, const uint8_t* apMessage, uint8_t* apParity) {
     if (apcCodec->mRowWords == USUAL_ROW_WORDS)
         Divide<USUAL_ROW_WORDS>(*apcCodec, apMessage, apParity);

@@ -54,3 +54,6 @@ void EncodeRS(const RSCodec* apcCodec, const uint8_t* apMessage, uint8_t* apPari
 // erasures than parity bytes, an index outside the codeword or one given twice in a codeword that is not consistent.
 // Damage beyond the limit can also lead to another valid codeword.
 int32_t DecodeRS(const RSCodec* apcCodec, uint8_t* apCodeword, int32_t* apPositions, int32_t aCount);
+
+// This system's code, made once for the whole process and never freed; null when there was no memory for it.
+const RSCodec* SharedRSCodec();

@@ -18,7 +18,6 @@
 //
 // Numbers are unsigned, most significant byte first.
 
-constexpr size_t RECORD_ITEM_HEADER_SIZE = 8;  // the name and the length of any item
 constexpr size_t RECORD_HEADER_SIZE = 32;
 constexpr size_t RECORD_SHORT_HEADER_SIZE = 16;  // without the time item
 
@@ -30,3 +29,13 @@ struct RecordTime {
 // Writes the header of a record with a packet of aPacketSize bytes (below 512 MiB); without the time item when apTime
 // is null.  apHeader has room for RECORD_HEADER_SIZE bytes.  Returns the bytes written.
 size_t WriteRecordHeader(unsigned char* apHeader, uint32_t aPacketSize, const RecordTime* apTime);
+
+// What stands at the beginning of a record.
+struct RecordHeader {
+    bool mHasPacket = false;   // it is a record of either form; else it is to be skipped
+    uint64_t mHeaderSize = 0;  // bytes before the packet, or of the whole item that is to be skipped
+    uint64_t mPacketSize = 0;  // bytes; 0 without a packet.  Nothing says that they are there.
+};
+
+// Reads the RECORD_HEADER_SIZE bytes at the start of a record, be it of the short form or none at all.
+RecordHeader ParseRecordHeader(const unsigned char* apBytes);

@@ -1,13 +1,12 @@
 #include "Networking/UDPIPLayer.h"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <utility>
 
 #include "DrmUtil/CNameResolutionDaemon.h"
-#include "Networking/RetryBrake.h"
-#include "platform/Clock.h"
 #include "platform/Console.h"
 #include "runtime/Trace.h"
 
@@ -18,13 +17,20 @@ constexpr uint32_t LOOPBACK_ADDRESS = 0x7F000001;
 
 enum SocketState : uint32_t { CLOSED = 0, OPEN = 1 };
 
+// Of the monotonic clock.
+uint64_t MicrosecondsNow() {
+    const auto lTime = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(lTime).count());
+}
+
 bool IsMulticast(uint32_t aAddress) {
     return aAddress >> 28 == 0xE;
 }
 
 }  // namespace
 
-UDPIPLayer::UDPIPLayer() : cpcReceivePacket(std::make_unique<Packet>(UDP_MAX_PACKET_SIZE)) {
+UDPIPLayer::UDPIPLayer()
+    : Transport(TransportTraits()), cpcReceivePacket(std::make_unique<Packet>(UDP_MAX_PACKET_SIZE)) {
     ciMaxPacketSize = UDP_MAX_PACKET_SIZE;
     ciState = CLOSED;
     cpcReceivePacket->cProtocol = ciReceivedTag;
@@ -36,11 +42,15 @@ uint32_t UDPIPLayer::OpenSocket(uint32_t aDirection, uint32_t aPort, const char*
         platform::Print("closesocket in opensocket\n");
         CloseSocket();
     }
-    if (aPort < UDP_FIRST_PORT)
+    if (aPort < UDP_FIRST_PORT || ciPort < UDP_FIRST_PORT)
         return Fail(UDP_INVALID_PORT);
     if (apAddress != nullptr && std::strlen(apAddress) > UDP_MAX_ADDRESS_LENGTH)
         return Fail(UDP_INVALID_ADDRESS);
     std::snprintf(ciAddress, sizeof ciAddress, "%s", apAddress != nullptr ? apAddress : "");
+    if (ciSettings.mLive) {
+        cpcReceivePacket = std::make_unique<Packet>(UDP_LONGEST_PACKET);
+        cpcReceivePacket->cProtocol = ciReceivedTag;
+    }
 
     if (!ciSocket.Create()) {
         platform::Print("Allocating socket failed. Error: %d", ciSocket.GetLastError());
@@ -104,34 +114,41 @@ uint32_t UDPIPLayer::Send(Packet* apPacket) {
 }
 
 uint32_t UDPIPLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {
-    if (!ciSocket.SetReceiveTimeout(*apTimeOut)) {
-        platform::Print("setting Socket TimeOut failed. Error: %d", ciSocket.GetLastError());
-        platform::Sleep(RETRY_DELAY);
-        return Fail(UDP_RECEIVE_FAILED);
-    }
+    if (!ciSocket.SetReceiveTimeout(*apTimeOut))
+        return FailToReceive("setting Socket TimeOut failed. Error: %d", true);
     size_t lSize = 0;
-    switch (ciSocket.Receive(cpcReceivePacket->cData, cpcReceivePacket->cCapacity, &lSize)) {
-        case platform::UdpSocket::ReceiveResult::DATAGRAM:
-            break;
-        case platform::UdpSocket::ReceiveResult::TIMED_OUT:
+    const auto lResult = ciSocket.Receive(cpcReceivePacket->cData, cpcReceivePacket->cCapacity, &lSize);
+    Input().mTime = MicrosecondsNow();
+    if (lResult == platform::UdpSocket::ReceiveResult::TIMED_OUT) {
+        if (!ciSettings.mLive)
             platform::Print("Timeout at UDP level\n");
-            return 2;
-        case platform::UdpSocket::ReceiveResult::FAILED:
-            platform::Print("receive from socket failed. Error: %d", ciSocket.GetLastError());
-            if (ciSocket.GetLastError() != EMSGSIZE)
-                platform::Sleep(RETRY_DELAY);
-            return Fail(UDP_RECEIVE_FAILED);
-    }
-    ciReceivedTag[0] = lSize >= 2 ? static_cast<char>(cpcReceivePacket->cData[0]) : '\0';
-    ciReceivedTag[1] = lSize >= 2 ? static_cast<char>(cpcReceivePacket->cData[1]) : '\0';
-    if (!IsThisTagRegistered(ciReceivedTag)) {
-        platform::Print("not registered\n");
         return 2;
     }
-    ciBytesReceived += static_cast<uint32_t>(lSize);
+    if (lResult == platform::UdpSocket::ReceiveResult::FAILED) {
+        const bool lTooLong = ciSocket.GetLastError() == EMSGSIZE;
+        if (lTooLong)
+            Report(StackEvent::INPUT_OVERSIZE);
+        return FailToReceive("receive from socket failed. Error: %d", !lTooLong);
+    }
     cpcReceivePacket->SetSize(static_cast<uint32_t>(lSize));
+    SetTag(ciReceivedTag, *cpcReceivePacket);
+    if (!IsThisTagRegistered(ciReceivedTag)) {
+        Report(StackEvent::INPUT_FOREIGN);
+        if (!ciSettings.mLive)
+            platform::Print("not registered\n");
+        return 2;
+    }
+    Report(StackEvent::INPUT_TAKEN);
+    ciBytesReceived += static_cast<uint32_t>(lSize);
     apOut->Share(cpcReceivePacket.get());
     return 1;
+}
+
+uint32_t UDPIPLayer::FailToReceive(const char* apFormat, bool aTakesNoTime) {
+    platform::Print(apFormat, ciSocket.GetLastError());
+    if (aTakesNoTime)
+        BrakeFailure();
+    return Fail(UDP_RECEIVE_FAILED);
 }
 
 uint32_t UDPIPLayer::GetBytesReceived() {

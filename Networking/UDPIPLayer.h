@@ -3,17 +3,18 @@
 #include <cstdint>
 #include <memory>
 
-#include "Networking/Layer.h"
+#include "Networking/Transport.h"
 #include "platform/Socket.h"
 
 constexpr uint32_t UDP_MAX_PACKET_SIZE = 1472;  // what fits an Ethernet frame
+constexpr uint32_t UDP_LONGEST_PACKET = 65507;  // what an IPv4 datagram holds; taken by live stacks
 constexpr uint32_t UDP_SEND_TIMEOUT = 10;       // milliseconds
 constexpr uint32_t UDP_FIRST_PORT = 1024;
 constexpr uint32_t UDP_MAX_ADDRESS_LENGTH = 15;
 
 // The transport over UDP and IPv4: one DCP packet per datagram, whose first two bytes name its protocol.  Used by one
 // thread at a time.  Error numbers in its messages are the system's (errno).
-class UDPIPLayer : public Layer {
+class UDPIPLayer : public Transport {
 public:
     UDPIPLayer();
     ~UDPIPLayer() override { CloseSocket(); }
@@ -33,8 +34,8 @@ public:
 
     // Waits at most *apTimeOut milliseconds (0: without limit) for a datagram.  1, apOut views it; 2 when none came or
     // its protocol is not registered; 0 with UDP_RECEIVE_FAILED, also for a datagram that is too long.  Each but the
-    // first leaves a line on the console.  A failure of the socket itself takes 800 ms, so that a caller who asks again
-    // does not spin.
+    // first leaves a line on the console; for a live stack (TransportSettings) only a failure of the socket does, which
+    // takes 800 ms, so that a caller who asks again does not spin.
     uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) override;
 
     // Bytes since the last question.
@@ -54,6 +55,7 @@ public:
     platform::UdpSocket ciSocket;
 
 private:
+    uint32_t FailToReceive(const char* apFormat, bool aTakesNoTime);
     bool ConnectOrBind(uint32_t aDirection, const char* apAddress, uint32_t aLocalInterface);
     bool JoinGroup(uint32_t aGroup, uint32_t aLocalInterface);
 };

@@ -14,21 +14,22 @@ int UnitSink::Open(const std::string& aAddress, Protocol aProtocol, std::string*
 }
 
 UnitSink::Result UnitSink::Send(Packet* apUnit) {
-    if (cEndpoint.ciLowerLayer->Send(apUnit) == 1) {
+    if (cEndpoint.PushUnit(apUnit) == 1) {
         return Result::SENT;
     }
-    cCode = cEndpoint.ciLowerLayer->GetError();
+    cCode = cEndpoint.GetError();
     return cCode == FILE_END ? Result::FULL : cCode == FILE_WRITE_FAILED ? Result::FAILED : Result::LOST;
 }
 
 bool UnitSink::IsFull() const {
-    // The layer counts changes of the sequence number, which starts at the 0 that the layer starts from.
-    const FileLayer* const lpFile = cEndpoint.ciFileLayer.get();
+    // FileLayer counts changes of the sequence number, and our first packet has the 0 that it starts from: n units make
+    // n - 1 changes.
+    const FileLayer* const lpFile = cEndpoint.ciFileLayer;
     return lpFile != nullptr && lpFile->ciRecordCount + 1 >= lpFile->ciRecordLimit;
 }
 
 uint64_t UnitSink::GetRecordedBytes() const {
-    const FileLayer* const lpFile = cEndpoint.ciFileLayer.get();
+    const FileLayer* const lpFile = cEndpoint.ciFileLayer;
     const long lSize = lpFile != nullptr && lpFile->ciFile != nullptr ? std::ftell(lpFile->ciFile) : 0;
     return lSize > 0 ? static_cast<uint64_t>(lSize) : 0;
 }

@@ -1,13 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <string>
 
-#include "Networking/TAGPacket.h"
 #include "tools/Endpoint.h"
 #include "tools/Fault.h"
-#include "tools/RecordTap.h"
+#include "tools/RecordingFindings.h"
 
 // Where a tool takes units of one protocol from: a network, through the task of its endpoint, or a recording, which is
 // read once, as fast as it is asked for, by the calling thread.  One thread.
@@ -32,27 +30,17 @@ public:
     // What is wrong with the records that the last Receive read.
     const Findings& GetFindings() const { return cFindings; }
 
-    bool IsFile() const { return cTap != nullptr; }
-    bool AtEnd() const { return IsFile() && cTap->ciAtEnd; }  // the whole recording was read
+    bool IsFile() const { return cEndpoint.ciFileLayer != nullptr; }
+    bool AtEnd() const { return cAtEnd; }  // the whole recording was read
 
 private:
     bool MustEnd();
     Result ReceiveFromFile(Packet* apOut);
-    Result Lose(Fault aFault, const std::string& aDetail = "");
-    void NoteRecords();
-    void NoteEnd();
-    void NoteNew(Fault aFault, uint32_t aCount, uint32_t* apKnown, const std::string& aPlace);
 
+    RecordingFindings cObserver;  // before the endpoint, which it outlives
     ToolEndpoint cEndpoint{RECEIVING, DCP_NETWORK_TIMEOUT};
     Findings cFindings;
+    bool cAtEnd = false;
     bool cDraining = false;
     uint32_t cLeft = 0;  // units to hand out yet, while draining
-
-    // Of a recording.
-    std::unique_ptr<RecordTap> cTap;
-    char cProtocol[5] = "";
-    TAGPacket cUnit{0};
-    uint32_t cPackets = 0;  // that gave a unit or a finding
-    uint32_t cSkippedRecords = 0;
-    uint32_t cDamagedFragments = 0;
 };

@@ -92,13 +92,6 @@ TEST_F(AFLayerTest, FileModeTakesAnyOrderAndFaultyPacketsAreNamed) {
     EXPECT_EQ("AF Packet Parsing Failed\n", Printed([&] { EXPECT_EQ("9 3 - 3 65535 ", ReceiveAll(cLayer, "T")); }));
 }
 
-TEST_F(AFLayerTest, WaitsOverAFileOfForeignPackets) {
-    for (int lCount = 0; lCount < 200; ++lCount)
-        cTransport.WillReceive(Framed(5, 'X'));
-    EXPECT_EQ("", ReceiveAll(cLayer, "T"));
-    EXPECT_EQ(50, std::count(cTransport.cTimeOuts.begin(), cTransport.cTimeOuts.end(), RETRY_DELAY));
-}
-
 // 65536 units take 7.3 hours on air.
 TEST(StackTest, SequenceNumbersWrapOnBothSides) {
     FakeTransport lTransport;

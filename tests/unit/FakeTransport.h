@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <deque>
 #include <string>
 #include <utility>
@@ -78,6 +79,24 @@ public:
     std::vector<uint32_t> cTimeOuts;  // as each Receive found them
     Packet cPacket;
     char cProtocol[3] = "";
+};
+
+// Counts what a layer reports.
+class EventCounts : public StackObserver {
+public:
+    explicit EventCounts(Layer& aLayer) {
+        cReporter.SetObserver(this);
+        aLayer.ciReporter = &cReporter;
+    }
+    void Observe(const StackReport& aReport) override {
+        cCounts[static_cast<size_t>(aReport.mEvent)] += aReport.mCount;
+    }
+    uint64_t Get(StackEvent aEvent) const { return cCounts[static_cast<size_t>(aEvent)]; }
+
+    StackReporter cReporter;
+
+private:
+    std::array<uint64_t, static_cast<size_t>(StackEvent::COUNT)> cCounts{};
 };
 
 // What the layer's Receive gives until its transport is exhausted: packets, of the protocol, "-" for a failure or loss,

@@ -128,8 +128,9 @@ TEST_F(FileLayerTest, ReadsARecordingOnceAndNamesItsFaults) {
     for (const auto& [lFile, lExpected, lSkipped, lCutOff] : CASES) {
         SCOPED_TRACE(lFile.substr(0, 50));
         WriteFile(lFile);
+        cLayer.ciSettings.mOnePass = true;
         ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
-        cLayer.ciOnePass = true;
+        EventCounts lEvents(cLayer);
         std::string lPackets;
         Packet lOut(0);
         uint32_t lTimeOut = 1u << 31;  // is not slept
@@ -146,9 +147,28 @@ TEST_F(FileLayerTest, ReadsARecordingOnceAndNamesItsFaults) {
             lResult = cLayer.Receive(&lOut, &lTimeOut, 0);
         }
         EXPECT_EQ(lExpected, lPackets);
-        EXPECT_EQ(lSkipped, cLayer.ciSkippedRecords);
-        EXPECT_EQ(lCutOff, cLayer.ciCutOff);
+        EXPECT_EQ(lSkipped, lEvents.Get(StackEvent::RECORD_SKIPPED));
+        EXPECT_EQ(lCutOff ? 1u : 0u, lEvents.Get(StackEvent::RECORDING_CUT_OFF));
+        EXPECT_EQ(1u, lEvents.Get(StackEvent::PASS_ENDED));
     }
+}
+
+TEST_F(FileLayerTest, WaitsWhilePacketsLeadToNoUnit) {
+    WriteFile(A);
+    ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
+    EventCounts lStack(cLayer);
+    const auto lElapsed = [this](std::ptrdiff_t aRequests) {
+        const uint32_t lStart = platform::TickCount();
+        Receive(aRequests);
+        return platform::TickCount() - lStart;
+    };
+    EXPECT_LT(lElapsed(200), 800u);
+    EXPECT_GE(lElapsed(1), 800u);
+    for (int lLine = 0; lLine < 4; ++lLine)
+        lStack.cReporter.Report(StackEvent::FRAGMENT_DAMAGED);
+    EXPECT_GE(lElapsed(1), 800u);
+    lStack.cReporter.Report(StackEvent::UNIT_FILED);
+    EXPECT_LT(lElapsed(2000), 800u);
 }
 
 TEST_F(FileLayerTest, OpensUpToItsLimit) {

@@ -131,17 +131,6 @@ TEST_F(PFTLayerTest, FindsItsWayBackFromAnything) {
     }
 }
 
-TEST_F(PFTLayerTest, WaitsOverAFileThatLeadsNowhere) {
-    for (int lCount = 0; lCount < 240; ++lCount)
-        WillReceive("5.1/2");
-    EXPECT_EQ("", ReceiveAll());
-    EXPECT_EQ(3, std::count(cTransport.cTimeOuts.begin(), cTransport.cTimeOuts.end(), RETRY_DELAY));
-    for (int lCount = 0; lCount < 40; ++lCount)
-        WillReceive("X");
-    EXPECT_EQ("", ReceiveAll());
-    EXPECT_GE(std::count(cTransport.cTimeOuts.begin(), cTransport.cTimeOuts.end(), RETRY_DELAY), 11);
-}
-
 TEST_F(PFTLayerTest, CutsPackets) {
     struct {
         size_t mSize;
