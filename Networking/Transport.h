@@ -16,8 +16,18 @@ struct TransportTraits {
 
 // Wishes of the endpoint's user to its transport.  The defaults are the fixed behaviour.
 struct TransportSettings {
-    bool mOnePass = false;  // a recording is read once, without pauses; then the transport is at its end
-    bool mLive = false;     // datagrams of any length are taken, and silence and foreign datagrams leave no line
+    // Of recordings.
+    bool mOnePass = false;             // it is read once, without pauses; then the transport is at its end
+    uint64_t mFileSizeLimit = 524288;  // bytes of a recording that is played
+
+    // Of networks.
+    bool mLive = false;        // datagrams of any length are taken, and silence and foreign datagrams leave no line
+    std::string mInterface;    // name or IPv4 address: where a group is joined, or multicast sent; empty: as Open says
+    std::string mSource;       // IPv4 address of the only sender whose datagrams to the group are taken; empty: any
+    bool mSharePort = false;   // other receivers of the same group on this host may share the port
+    uint32_t mTimeToLive = 0;  // of datagrams sent, 1 to 255; 0: as the system has it
+    uint32_t mDSCP = 0;        // of datagrams sent, 0 to 63 (RFC 2474)
+    bool mReopen = false;      // a sender's socket that cannot be opened, or fails, is opened anew once a second
 };
 
 // The lowest layer of a stack.  It keeps the stack from spinning: where it answers at once and for ever without
