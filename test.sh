@@ -10,6 +10,7 @@ scripts/install-packages.sh g++ clang libclang-rt-14-dev clang-format cmake ninj
 
 echo "== format"
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
+scripts/check-layering.sh
 
 for preset in release asan tsan; do
     echo "== $preset"
