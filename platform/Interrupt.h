@@ -1,17 +1,18 @@
 #pragma once
 
-// The user's or the system's wish that the program come to its end (SIGINT, SIGTERM, SIGHUP), for one that has
+// The user's or the system's wish that the program come to its end (SIGINT, SIGTERM, SIGHUP), for a program that has
 // something to finish first.
 namespace platform {
 
-// From now on the first of each of these signals does not end the process but is remembered.  Waits of this library go
-// on.  A second one ends the process as ever.
+// From now on the first of these signals does not end the process but is remembered; waits of this library go on.  More
+// of them within the next 2 seconds are ignored, because `timeout` and service managers send a signal to the process
+// and to its group.  A later one ends the process, so that a program that hangs can still be stopped.
 void CatchInterrupts();
 
-// Whether one has come.  Any thread.
+// Whether a signal was remembered.  Any thread.
 bool Interrupted();
 
-// From now on a reader of the output that went away shows as an error of the write, not as a signal.
+// From now on a write to a pipe whose reader went away fails with EPIPE; no signal ends the process.
 void IgnoreBrokenPipes();
 
 }  // namespace platform

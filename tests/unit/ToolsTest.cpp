@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <csignal>
+#include <cstdlib>
 #include <iterator>
 #include <string>
 #include <vector>
 
+#include "platform/Clock.h"
+#include "platform/Interrupt.h"
 #include "tools/DlfcWatch.h"
 #include "tools/IntervalHistogram.h"
 #include "tools/StatusText.h"
@@ -77,6 +81,21 @@ TEST(StatusTextTest, HasWordsForEveryCode) {
         const bool lUsed = std::find(std::begin(UNUSED), std::end(UNUSED), lCode) == std::end(UNUSED);
         EXPECT_EQ(lUsed, StatusText(lCode) != "code " + std::to_string(lCode)) << lCode;
     }
+}
+
+void TakeSignals() {
+    platform::CatchInterrupts();
+    for (const int lSignal : {SIGTERM, SIGTERM, SIGINT, SIGHUP})
+        std::raise(lSignal);
+    if (!platform::Interrupted())
+        std::_Exit(1);
+    platform::Sleep(2100);
+    std::raise(SIGTERM);
+    std::_Exit(2);
+}
+
+TEST(InterruptTest, ASignalCountsOnceInTwoSeconds) {
+    EXPECT_EXIT(TakeSignals(), testing::KilledBySignal(SIGTERM), "");
 }
 
 }  // namespace
