@@ -1,145 +1,84 @@
 #include "tools/CommandLine.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <charconv>
 #include <cstdio>
-#include <string_view>
 #include <utility>
 
 #include "tools/Text.h"
 
 namespace {
 
-bool Refuse(const std::string& aText, std::string* apError) {
-    *apError = aText;
-    return false;
-}
+constexpr size_t HELP_COLUMN = 28;
 
-bool ReadValue(std::string_view aValues, std::string_view aText, uint32_t* apValue) {
-    const size_t lDots = aValues.find("...");
-    if (lDots != std::string_view::npos) {
-        uint32_t lLowest = 0;
-        uint32_t lHighest = UINT32_MAX;  // stays when the text ends with the dots
-        ReadNumber(aValues.substr(0, lDots), &lLowest);
-        ReadNumber(aValues.substr(lDots + 3), &lHighest);
-        return ReadNumber(aText, apValue) && *apValue >= lLowest && *apValue <= lHighest;
-    }
-    *apValue = 0;
-    for (size_t lStart = 0; lStart < aValues.size(); ++*apValue) {
-        if (NextPart(aValues, '|', &lStart) == aText) {
-            return true;
-        }
-    }
-    return false;
-}
-
-bool SetOption(const Option& aOption, const std::string& aText) {
-    if (aOption.mRead != nullptr) {
-        return aOption.mRead(aText);
-    }
-    uint32_t lValue = 0;
-    if (aOption.mValues != nullptr && !ReadValue(aOption.mValues, aText, &lValue)) {
-        return false;
-    }
-    aOption.mSet(lValue);
-    return true;
+std::string RangeText(uint32_t aLowest, uint32_t aHighest) {
+    return std::to_string(aLowest) + "..." + (aHighest < UINT32_MAX ? std::to_string(aHighest) : "");
 }
 
 }  // namespace
 
-bool ReadNumber(std::string_view aText, uint32_t* apNumber) {
-    const char* lpEnd = aText.data() + aText.size();
-    const auto [lpStop, lResult] = std::from_chars(aText.data(), lpEnd, *apNumber);
-    return lResult == std::errc() && lpStop == lpEnd;
+CommandLine::CommandLine(const std::string& aProgram, const std::string& aPurpose)
+    : cProgram(aProgram), cApp(std::make_unique<CLI::App>(aPurpose, aProgram)) {
+    cApp->option_defaults()->multi_option_policy(CLI::MultiOptionPolicy::TakeLast)->disable_flag_override();
+    cApp->get_formatter()->column_width(HELP_COLUMN);
+    cApp->set_help_flag("-h,--help", "show this text");
+    cApp->set_version_flag("-V,--version", aProgram + " " TESSAVOX_VERSION, "show the version");
+    cApp->footer("Exit status: 0 done, 1 failed, 2 wrong usage.  See also: man " + aProgram);
 }
 
-std::string_view NextPart(std::string_view aText, char aSeparator, size_t* apStart) {
-    const size_t lEnd = std::min(aText.find(aSeparator, *apStart), aText.size());
-    const std::string_view lPart = aText.substr(*apStart, lEnd - *apStart);
-    *apStart = lEnd + 1;
-    return lPart;
+CommandLine::~CommandLine() = default;
+
+void CommandLine::AddOperand(const char* apName, std::string* apText, const char* apHelp) {
+    cApp->add_option(apName, *apText, apHelp)->required()->option_text(" ");
 }
 
-CommandLine::CommandLine(std::string aProgram, std::vector<std::string> aOperands, std::string aPurpose,
-                         std::vector<Option> aOptions)
-    : cProgram(std::move(aProgram)),
-      cOperands(std::move(aOperands)),
-      cPurpose(std::move(aPurpose)),
-      cOptions(std::move(aOptions)) {
-    cOptions.push_back({"--help", nullptr, "show this text", [this](uint32_t) { cInformation = Help(); }});
-    cOptions.push_back({"--version", nullptr, "show the version",
-                        [this](uint32_t) { cInformation = cProgram + " " TESSAVOX_VERSION "\n"; }});
+void CommandLine::AddFlag(const char* apNames, bool* apFlag, const char* apHelp, bool aMeaning) {
+    cApp->add_flag_callback(
+        apNames, [apFlag, aMeaning] { *apFlag = aMeaning; }, apHelp);
 }
 
-bool CommandLine::Parse(const std::vector<std::string>& aArguments, std::string* apError) {
-    for (size_t lNext = 0; lNext < aArguments.size(); ++lNext) {
-        if (aArguments[lNext].starts_with('-')) {
-            if (!ReadOption(aArguments, &lNext, apError)) {
-                return false;
-            }
-        } else if (cValues.size() == cOperands.size()) {
-            return Refuse("one argument too many: " + aArguments[lNext] + "; see --help", apError);
-        } else {
-            cValues.push_back(aArguments[lNext]);
+// CLI11 would take numbers with leading zeros as octal ones.
+void CommandLine::AddNumber(const char* apNames, uint32_t* apNumber, uint32_t aLowest, uint32_t aHighest,
+                            const char* apHelp) {
+    AddText(apNames, RangeText(aLowest, aHighest).c_str(), apHelp,
+            [apNumber, aLowest, aHighest](const std::string& aText) {
+                return ReadNumber(aText, apNumber) && *apNumber >= aLowest && *apNumber <= aHighest;
+            });
+}
+
+void CommandLine::AddChoice(const char* apNames, const std::vector<std::string>& aWords, const char* apHelp,
+                            std::function<void(size_t)> aSet) {
+    AddText(apNames, CLI::detail::join(aWords, "|").c_str(), apHelp, [aWords, aSet](const std::string& aText) {
+        const auto lWord = std::find(aWords.begin(), aWords.end(), aText);
+        if (lWord == aWords.end()) {
+            return false;
         }
-    }
-    if (cInformation.empty() && cValues.size() < cOperands.size()) {
-        return Refuse("no " + cOperands[cValues.size()] + "; see --help", apError);
-    }
-    return true;
+        aSet(static_cast<size_t>(lWord - aWords.begin()));
+        return true;
+    });
 }
 
-// Reads the option at *apNext, and its value from there or from the next argument; *apNext goes to the last one read.
-bool CommandLine::ReadOption(const std::vector<std::string>& aArguments, size_t* apNext, std::string* apError) {
-    const std::string& lArgument = aArguments[*apNext];
-    const size_t lEquals = std::min(lArgument.find('='), lArgument.size());
-    const std::string lName = lArgument.substr(0, lEquals);
-    const auto lOption = std::find_if(cOptions.begin(), cOptions.end(),
-                                      [&lName](const Option& aOption) { return lName == aOption.mName; });
-    if (lOption == cOptions.end()) {
-        return Refuse("unknown option " + lName + "; see --help", apError);
-    }
-    std::string lText;
-    if (lOption->mValues == nullptr) {
-        if (lEquals < lArgument.size()) {
-            return Refuse(lName + " takes no value", apError);
+void CommandLine::AddText(const char* apNames, const char* apForm, const char* apHelp,
+                          std::function<bool(const std::string&)> aRead) {
+    const std::string lNames = apNames;
+    const std::string lForm = apForm;
+    const auto lSet = [lNames, lForm, lRead = std::move(aRead)](const std::string& aText) {
+        if (!lRead(aText)) {
+            throw CLI::ValidationError(lNames + " takes " + lForm + ", not '" + aText + "'");
         }
-    } else if (lEquals < lArgument.size()) {
-        lText = lArgument.substr(lEquals + 1);
-    } else if (++*apNext < aArguments.size()) {
-        lText = aArguments[*apNext];
-    } else {
-        return Refuse(lName + " needs a value: " + lOption->mValues, apError);
-    }
-    if (!SetOption(*lOption, lText)) {
-        return Refuse("bad value '" + lText + "' for " + lName + ": " + lOption->mValues, apError);
-    }
-    return true;
+    };
+    cApp->add_option_function<std::string>(lNames, lSet, apHelp)->type_name(lForm);
 }
 
-std::string CommandLine::Help() const {
-    std::string lHelp = "usage: " + cProgram + " [options]";
-    for (const std::string& lOperand : cOperands) {
-        lHelp += " " + lOperand;
-    }
-    lHelp += "\n" + cPurpose;
-    for (const Option& lOption : cOptions) {
-        lHelp += std::string("  ") + lOption.mName + (lOption.mValues != nullptr ? " " : "") +
-                 (lOption.mValues != nullptr ? lOption.mValues : "") + "\n        " + lOption.mHelp + "\n";
-    }
-    return lHelp;
-}
-
-std::optional<int> CommandLine::Read(int aCount, char** apArguments) {
-    std::string lError;
-    if (!Parse(std::vector<std::string>(apArguments + (aCount > 0 ? 1 : 0), apArguments + aCount), &lError)) {
-        return Fail(STATUS_USAGE, lError);
-    }
-    if (cInformation.empty()) {
+std::optional<int> CommandLine::Read(int aCount, const char* const* apArguments) {
+    try {
+        cApp->parse(aCount, apArguments);
         return std::nullopt;
+    } catch (const CLI::Success& lRequest) {
+        return cApp->exit(lRequest);
+    } catch (const CLI::ParseError& lError) {
+        return Fail(STATUS_USAGE, std::string(lError.what()) + "; see --help");
     }
-    std::fputs(cInformation.c_str(), stdout);
-    return STATUS_DONE;
 }
 
 void CommandLine::Say(const std::string& aText) const {

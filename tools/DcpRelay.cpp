@@ -26,30 +26,32 @@ struct Options {
     uint32_t mStatistics = 0;  // seconds; 0: at the end only
     bool mJson = false;
     uint32_t mInterface = 0;
+    std::string mFrom;
+    std::string mTo;
 };
 
 constexpr char PURPOSE[] =
-    "Sends the units that FROM delivers to TO: records a network in a file, plays a file once, forwards between\n"
-    "networks.  Statistics go to standard output, at the end or more often.\n"
-    "FROM is dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT, where HOST may be any or a multicast group;\n"
-    "TO is dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0 with the limit of the recording in units.\n"
-    "With ?fec=1 behind TO fragments go out with Reed-Solomon parity; without .pft AF packets go out whole.\n";
+    "Sends the units that FROM delivers to TO: records a network in a file, plays a\n"
+    "file once, forwards between networks.  Statistics go to standard output, at the\n"
+    "end or more often.";
 
-std::vector<Option> OptionTable(Options* apOptions) {
-    return {
-        {"--protocol", "mdi|mci|sdi", "of the units (mdi)",
-         [apOptions](uint32_t aValue) { apOptions->mProtocol = static_cast<Protocol>(aValue); }},
-        {"--units", "1...", "end after so many units", [apOptions](uint32_t aValue) { apOptions->mUnits = aValue; }},
-        {"--renumber", nullptr, "number the units anew (dlfc), from 0 on; mdi only",
-         [apOptions](uint32_t) { apOptions->mRenumber = true; }},
-        {"--fast", nullptr, "units of a file as fast as TO takes them, not one per 400 ms",
-         [apOptions](uint32_t) { apOptions->mFast = true; }},
-        {"--stats", "1...86400", "statistics every so many seconds",
-         [apOptions](uint32_t aValue) { apOptions->mStatistics = aValue; }},
-        {"--json", nullptr, "statistics as one JSON object a line", [apOptions](uint32_t) { apOptions->mJson = true; }},
-        {"--interface", "0...", "number of the local interface on which a multicast group is joined (0)",
-         [apOptions](uint32_t aValue) { apOptions->mInterface = aValue; }},
-    };
+void AddOptions(CommandLine* apLine, Options* apOptions) {
+    apLine->AddOperand("FROM", &apOptions->mFrom,
+                       "dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT,\nwhere HOST may be any or a multicast group");
+    apLine->AddOperand("TO", &apOptions->mTo,
+                       "dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0,\n"
+                       "a recording of at most LIMIT units; without .pft AF\n"
+                       "packets go out whole, with \"?fec=1\" behind the\n"
+                       "address fragments with Reed-Solomon parity");
+    apLine->AddChoice("-p,--protocol", {"mdi", "mci", "sdi"}, "of the units (mdi)",
+                      [apOptions](size_t aWord) { apOptions->mProtocol = static_cast<Protocol>(aWord); });
+    apLine->AddNumber("-n,--units", &apOptions->mUnits, 1, UINT32_MAX, "end after so many units");
+    apLine->AddFlag("-r,--renumber", &apOptions->mRenumber, "number the units anew (dlfc), from 0 on; mdi only");
+    apLine->AddFlag("-f,--fast", &apOptions->mFast, "units of a file as fast as TO takes them, not one\nper 400 ms");
+    apLine->AddNumber("-s,--stats", &apOptions->mStatistics, 1, 86400, "statistics every so many seconds");
+    apLine->AddFlag("-j,--json", &apOptions->mJson, "statistics as one JSON object a line");
+    apLine->AddNumber("-i,--interface", &apOptions->mInterface, 0, UINT32_MAX,
+                      "number of the local interface on which a multicast\ngroup is joined (0)");
 }
 
 // Of the statistics, in milliseconds; for ever when there are none before the end.
@@ -92,8 +94,8 @@ private:
 };
 
 int Relay::Open() {
-    const std::string& lFrom = cLine.GetOperand(0);
-    const std::string& lTo = cLine.GetOperand(1);
+    const std::string& lFrom = cOptions.mFrom;
+    const std::string& lTo = cOptions.mTo;
     if (cOptions.mRenumber && cOptions.mProtocol != Protocol::MDI) {
         return cLine.Fail(STATUS_USAGE, "--renumber is for mdi only");
     }
@@ -240,7 +242,8 @@ void Relay::Say(const std::string& aText) {
 int main(int argc, char** argv) {
     PrepareTool();
     Options lOptions;
-    CommandLine lLine("dcp-relay", {"FROM", "TO"}, PURPOSE, OptionTable(&lOptions));
+    CommandLine lLine("dcp-relay", PURPOSE);
+    AddOptions(&lLine, &lOptions);
     if (const auto lStatus = lLine.Read(argc, argv)) {
         return *lStatus;
     }

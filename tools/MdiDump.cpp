@@ -13,25 +13,23 @@ struct Options {
     DumpReport::Form mForm;
     uint32_t mUnits = UINT32_MAX;
     uint32_t mInterface = 0;
+    std::string mAddress;
 };
 
 constexpr char PURPOSE[] =
-    "Shows each MDI unit that ADDRESS delivers, what is wrong with it, and a summary at the end.  A recording is read\n"
-    "once, and the exit status says whether it is sound: 0, or 1 when something in it is damaged or missing, or when "
-    "the\n"
-    "player would leave it out.\n"
-    "ADDRESS is dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT, where HOST may be any or a multicast group.\n";
+    "Shows each MDI unit that ADDRESS delivers, what is wrong with it, and a summary\n"
+    "at the end.  A recording is read once, and the exit status says whether it is\n"
+    "sound: 0, or 1 when something in it is damaged or missing, or when the player\n"
+    "would leave it out.";
 
-std::vector<Option> OptionTable(Options* apOptions) {
-    return {
-        {"--verbose", nullptr, "all TAG items of each unit: name, bits, first bytes",
-         [apOptions](uint32_t) { apOptions->mForm.mVerbose = true; }},
-        {"--json", nullptr, "one JSON object a line, the last one the summary",
-         [apOptions](uint32_t) { apOptions->mForm.mJson = true; }},
-        {"--units", "1...", "end after so many units", [apOptions](uint32_t aValue) { apOptions->mUnits = aValue; }},
-        {"--interface", "0...", "number of the local interface on which a multicast group is joined (0)",
-         [apOptions](uint32_t aValue) { apOptions->mInterface = aValue; }},
-    };
+void AddOptions(CommandLine* apLine, Options* apOptions) {
+    apLine->AddOperand("ADDRESS", &apOptions->mAddress,
+                       "dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT,\nwhere HOST may be any or a multicast group");
+    apLine->AddFlag("-v,--verbose", &apOptions->mForm.mVerbose, "all TAG items of each unit: name, bits, first bytes");
+    apLine->AddFlag("-j,--json", &apOptions->mForm.mJson, "one JSON object a line, the last one the summary");
+    apLine->AddNumber("-n,--units", &apOptions->mUnits, 1, UINT32_MAX, "end after so many units");
+    apLine->AddNumber("-i,--interface", &apOptions->mInterface, 0, UINT32_MAX,
+                      "number of the local interface on which a multicast\ngroup is joined (0)");
 }
 
 void Dump(UnitSource& aSource, uint32_t aUnits, UnitCheck* apCheck, DumpReport* apReport) {
@@ -53,13 +51,14 @@ void Dump(UnitSource& aSource, uint32_t aUnits, UnitCheck* apCheck, DumpReport* 
 int main(int argc, char** argv) {
     PrepareTool();
     Options lOptions;
-    CommandLine lLine("mdi-dump", {"ADDRESS"}, PURPOSE, OptionTable(&lOptions));
+    CommandLine lLine("mdi-dump", PURPOSE);
+    AddOptions(&lLine, &lOptions);
     if (const auto lStatus = lLine.Read(argc, argv)) {
         return *lStatus;
     }
     UnitSource lSource;
     std::string lError;
-    if (const int lStatus = lSource.Open(lLine.GetOperand(0), Protocol::MDI, lOptions.mInterface, &lError);
+    if (const int lStatus = lSource.Open(lOptions.mAddress, Protocol::MDI, lOptions.mInterface, &lError);
         lStatus != STATUS_DONE) {
         return lLine.Fail(lStatus, lError);
     }

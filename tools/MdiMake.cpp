@@ -11,6 +11,11 @@
 
 namespace {
 
+constexpr char PURPOSE[] =
+    "Writes a recording of a synthetic DRM transmission.  Each stream is announced\n"
+    "as an audio service, but its bytes are a test pattern.  The strongest\n"
+    "protection that carries the streams is chosen.";
+
 bool WriteFile(const std::string& aPath, const std::vector<unsigned char>& aBytes) {
     std::FILE* lpFile = std::fopen(aPath.c_str(), "wb");
     if (lpFile == nullptr) {
@@ -24,7 +29,8 @@ bool WriteFile(const std::string& aPath, const std::vector<unsigned char>& aByte
 
 int main(int argc, char** argv) {
     MdiMakeOptions lOptions;
-    CommandLine lLine = MdiMakeCommandLine(&lOptions);
+    CommandLine lLine("mdi-make", PURPOSE);
+    AddMdiMakeOptions(&lLine, &lOptions);
     if (const auto lStatus = lLine.Read(argc, argv)) {
         return *lStatus;
     }
@@ -33,11 +39,10 @@ int main(int argc, char** argv) {
     if (!MakeRecording(lOptions, &lRecording, &lError)) {
         return lLine.Fail(STATUS_USAGE, lError);
     }
-    const std::string& lOutput = lLine.GetOperand(0);
-    if (!WriteFile(lOutput, lRecording)) {
-        return lLine.Fail(STATUS_FAILED, "cannot write " + lOutput + ": " + std::strerror(errno));
+    if (!WriteFile(lOptions.mOutput, lRecording)) {
+        return lLine.Fail(STATUS_FAILED, "cannot write " + lOptions.mOutput + ": " + std::strerror(errno));
     }
-    std::printf("%s: %u frames, %zu bytes\n", lOutput.c_str(), static_cast<unsigned>(lOptions.mFrames),
+    std::printf("%s: %u frames, %zu bytes\n", lOptions.mOutput.c_str(), static_cast<unsigned>(lOptions.mFrames),
                 lRecording.size());
     return STATUS_DONE;
 }

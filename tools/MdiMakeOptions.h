@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 #include "tools/CommandLine.h"
@@ -11,9 +12,10 @@ struct MdiMakeOptions {
     uint32_t mFrames = 300;
     DrmMode mMode;
     std::vector<uint32_t> mStreams;  // bytes per frame; empty: chosen for the channel
-    unsigned mFirstIdentity = 0;
+    uint32_t mFirstIdentity = 0;
     RecordingWriter::Format mFormat;
+    std::string mOutput;  // path of the recording
 };
 
-// Reads the options into *apOptions, which must outlive it; its operand is the output file.
-CommandLine MdiMakeCommandLine(MdiMakeOptions* apOptions);
+// Lets the command line read the options into *apOptions.
+void AddMdiMakeOptions(CommandLine* apLine, MdiMakeOptions* apOptions);

@@ -16,7 +16,7 @@ public:
         bool mPft = false;
         uint32_t mFragmentSize = 512;  // bytes of AF packet in a PFT fragment; 1 to the room in FILE_MAX_PACKET_SIZE
         bool mTime = true;             // records have the time item
-        uint16_t mFirstSequence = 0;   // of the AF packets and of PSeq
+        uint32_t mFirstSequence = 0;   // of the AF packets and of PSeq; 16 bits
     };
 
     explicit RecordingWriter(const Format& aFormat) : cFormat(aFormat), cCRC(CRC16_POLYNOMIAL, true) {}

@@ -1,5 +1,6 @@
 #include "tools/Text.h"
 
+#include <charconv>
 #include <cstdio>
 
 namespace {
@@ -15,6 +16,24 @@ std::string Formatted(const char* aFormat, char aByte) {
 }
 
 }  // namespace
+
+bool ReadNumber(std::string_view aText, uint32_t* apNumber) {
+    const char* const lpEnd = aText.data() + aText.size();
+    const auto [lpStop, lResult] = std::from_chars(aText.data(), lpEnd, *apNumber);
+    return lResult == std::errc() && lpStop == lpEnd;
+}
+
+std::vector<std::string> Parts(const std::string& aText, char aSeparator) {
+    std::vector<std::string> lParts(1);
+    for (const char lCharacter : aText) {
+        if (lCharacter == aSeparator) {
+            lParts.emplace_back();
+        } else {
+            lParts.back() += lCharacter;
+        }
+    }
+    return lParts;
+}
 
 std::string Printable(std::string_view aBytes) {
     std::string lText;

@@ -5,6 +5,13 @@
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
+
+// A whole decimal number of 32 bits and nothing else.
+bool ReadNumber(std::string_view aText, uint32_t* apNumber);
+
+// The parts of aText between aSeparators; one more than there are of these.
+std::vector<std::string> Parts(const std::string& aText, char aSeparator);
 
 // Bytes as they may come from a network, as text for people: what is no printable ASCII character as \xHH.
 std::string Printable(std::string_view aBytes);

@@ -44,11 +44,16 @@ Bytes WithCrc(const Bytes& aBytes, size_t aSize, uint32_t aPolynomial) {
 Bytes Make(const std::string& aArguments, const std::string& aError = "") {
     std::istringstream lStream(aArguments);
     const std::vector<std::string> lWords(std::istream_iterator<std::string>(lStream), {});
+    std::vector<const char*> lArguments{"mdi-make", "out.mdi"};
+    for (const std::string& lWord : lWords)
+        lArguments.push_back(lWord.c_str());
     MdiMakeOptions lOptions;
+    CommandLine lLine("mdi-make", "");
+    AddMdiMakeOptions(&lLine, &lOptions);
+    EXPECT_EQ(std::nullopt, lLine.Read(static_cast<int>(lArguments.size()), lArguments.data())) << aArguments;
     std::vector<unsigned char> lRecording;
     std::string lError;
-    const bool lMade =
-        MdiMakeCommandLine(&lOptions).Parse(lWords, &lError) && MakeRecording(lOptions, &lRecording, &lError);
+    const bool lMade = MakeRecording(lOptions, &lRecording, &lError);
     EXPECT_EQ(aError, lMade ? "" : lError) << aArguments;
     return Bytes(lRecording.begin(), lRecording.end());
 }
@@ -64,7 +69,7 @@ using Frame = std::map<std::string, Bytes>;
 
 // The items of each frame in a recording of AF packets, and as "AF" its packet; all else is checked here.
 std::vector<Frame> Frames(const std::string& aArguments, size_t aFirstSequence = 0) {
-    const Bytes lFile = Make("out.mdi " + aArguments);
+    const Bytes lFile = Make(aArguments);
     std::vector<Frame> lFrames;
     for (size_t lAt = 0; lAt < lFile.size();) {
         const Bytes lUnit = lFile.substr(lAt + 42, Bits(lFile, 8 * (lAt + 34), 32));  // behind record and AF header
@@ -184,56 +189,37 @@ TEST(MdiMakeTest, CutsPacketsIntoFragments) {
             }
         }
         const std::string lCut = "--packets=pft --fragment-size=" + std::to_string(lSize);
-        EXPECT_EQ(lExpected, Make("out.mdi " + lArguments + lCut + (lTime ? "" : " --no-time")));
+        EXPECT_EQ(lExpected, Make(lArguments + lCut + (lTime ? "" : " --no-time")));
     }
 }
 
 TEST(MdiMakeTest, FillsARecordingUpToItsLimit) {
-    EXPECT_EQ(524288u, Make("a --mode=A --occupancy=5 --streams=508 --no-time --frames=768").size());
+    EXPECT_EQ(524288u, Make("--mode=A --occupancy=5 --streams=508 --no-time --frames=768").size());
 }
 
-TEST(MdiMakeTest, TellsAboutItself) {
-    MdiMakeOptions lOptions;
-    std::string lError;
-    CommandLine lHelp = MdiMakeCommandLine(&lOptions);
-    EXPECT_TRUE(lHelp.Parse({"--frames=7", "--help"}, &lError));
-    EXPECT_EQ(7u, lOptions.mFrames);
-    EXPECT_EQ(0u, lHelp.GetInformation().find("usage: mdi-make [options] OUTPUT-FILE\n"));
-    for (const char* const lpPart : {"\n  --packets af|pft\n", "\n  --no-time\n", "\n  --help\n", "\n  --version\n"})
-        EXPECT_NE(std::string::npos, lHelp.GetInformation().find(lpPart)) << lpPart;
-    CommandLine lVersion = MdiMakeCommandLine(&lOptions);
-    EXPECT_TRUE(lVersion.Parse({"--version"}, &lError));
-    EXPECT_EQ("mdi-make " TESSAVOX_VERSION "\n", lVersion.GetInformation());
+TEST(MdiMakeTest, RefusesStreamsOfAnotherForm) {
+    for (const char* const lpStreams : {"1,", "0", "4096", "1,1,1,1,1"}) {
+        const char* const ARGUMENTS[] = {"mdi-make", "out.mdi", "--streams", lpStreams};
+        MdiMakeOptions lOptions;
+        CommandLine lLine("mdi-make", "");
+        AddMdiMakeOptions(&lLine, &lOptions);
+        EXPECT_EQ(STATUS_USAGE, lLine.Read(4, ARGUMENTS)) << lpStreams;
+    }
 }
 
 TEST(MdiMakeTest, RefusesWithAReason) {
     const std::pair<const char*, const char*> CASES[] = {
-        {"", "no OUTPUT-FILE; see --help"},
-        {"a b", "one argument too many: b; see --help"},
-        {"a -c=red", "unknown option -c; see --help"},
-        {"a --no-time=1", "--no-time takes no value"},
-        {"a --frames", "--frames needs a value: 1..."},
-        {"a --frames=0", "bad value '0' for --frames: 1..."},
-        {"a --mode=", "bad value '' for --mode: A|B|C|D"},
-        {"a --mode=A|B", "bad value 'A|B' for --mode: A|B|C|D"},
-        {"a --first-identity=4", "bad value '4' for --first-identity: 0...3"},
-        {"a --first-sequence=4294967296", "bad value '4294967296' for --first-sequence: 0...65535"},
-        {"a --fragment-size=4955", "bad value '4955' for --fragment-size: 1...4954"},
-        {"a --streams=1,", "bad value '1,' for --streams: SIZE[,SIZE...]"},
-        {"a --streams=0", "bad value '0' for --streams: SIZE[,SIZE...]"},
-        {"a --streams=4096", "bad value '4096' for --streams: SIZE[,SIZE...]"},
-        {"a --streams=1,1,1,1,1", "bad value '1,1,1,1,1' for --streams: SIZE[,SIZE...]"},
-        {"a --mode=C --occupancy=9", "robustness modes C and D have occupancies 3 and 5 (10 and 20 kHz) only"},
-        {"a --streams=700,700", "the streams would take 1400 bytes per frame; the channel carries 1372 at most"},
-        {"a --msc-mode=hmsym --streams=389",
+        {"--mode=C --occupancy=9", "robustness modes C and D have occupancies 3 and 5 (10 and 20 kHz) only"},
+        {"--streams=700,700", "the streams would take 1400 bytes per frame; the channel carries 1372 at most"},
+        {"--msc-mode=hmsym --streams=389",
          "the hierarchical stream 0 would take 389 bytes per frame; the channel carries 388 at most"},
-        {"a --occupancy=0 --sdc-mode=4 --streams=9,9,9,9",
+        {"--occupancy=0 --sdc-mode=4 --streams=9,9,9,9",
          "the service description channel is too narrow to describe 4 streams"},
-        {"a --packets=pft --fragment-size=10 --streams=628",
+        {"--packets=pft --fragment-size=10 --streams=628",
          "fragments of 10 bytes cut a frame into 81 pieces; 80 can be put together again"},
-        {"a --packets=pft --streams=400 --fragment-size=286 --no-time",
+        {"--packets=pft --streams=400 --fragment-size=286 --no-time",
          "fragments of 286 bytes end in a record that is too short to be found without its time"},
-        {"a --mode=A --occupancy=5 --streams=508 --no-time --frames=769",
+        {"--mode=A --occupancy=5 --streams=508 --no-time --frames=769",
          "a recording has 524288 bytes at most; 768 frames would fit"},
     };
     for (const auto& [lArguments, lError] : CASES)
