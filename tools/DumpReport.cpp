@@ -6,10 +6,13 @@
 
 #include "platform/Clock.h"
 #include "platform/Console.h"
+#include "tools/JsonLine.h"
 #include "tools/Output.h"
 #include "tools/Text.h"
 
 namespace {
+
+using Json = nlohmann::ordered_json;
 
 constexpr size_t ITEM_START = 16;  // bytes of an item that are shown
 
@@ -21,8 +24,22 @@ std::string JoinedFindings(const Findings& aFindings) {
     return lText;
 }
 
-std::string JsonFindings(const Findings& aFindings) {
-    return JsonArray(aFindings, [](const Finding& aFinding) { return JsonText(FindingText(aFinding)); });
+Json JsonFindings(const Findings& aFindings) {
+    Json lTexts = Json::array();
+    for (const Finding& lFinding : aFindings) {
+        lTexts.push_back(FindingText(lFinding));
+    }
+    return lTexts;
+}
+
+Json JsonItems(const std::vector<ItemView>& aItems) {
+    Json lItems = Json::array();
+    for (const ItemView& lItem : aItems) {
+        lItems.push_back({{"name", JsonText(lItem.mName)},
+                          {"bits", lItem.mBits},
+                          {"start", Hex(lItem.mValue.substr(0, ITEM_START))}});
+    }
+    return lItems;
 }
 
 std::vector<size_t> StreamSizes(const std::vector<ItemView>& aItems) {
@@ -80,7 +97,7 @@ void DumpReport::Other(const Findings& aFindings) {
         return;
     }
     cFaults.Add(aFindings);
-    PrintLine(cForm.mJson ? JsonObject().Put("type", "fault").PutJson("faults", JsonFindings(aFindings)).GetText()
+    PrintLine(cForm.mJson ? JsonLine({{"type", "fault"}, {"faults", JsonFindings(aFindings)}})
                           : "  ! " + JoinedFindings(aFindings));
 }
 
@@ -117,29 +134,22 @@ void DumpReport::PrintText(const UnitFacts& aFacts, const Arrival& aArrival) con
 }
 
 void DumpReport::PrintJson(const UnitFacts& aFacts, const Arrival& aArrival) const {
-    JsonObject lLine;
-    lLine.Put("type", "unit").Put("unit", cUnits);
+    Json lLine = {{"type", "unit"}, {"unit", cUnits}};
     if (cForm.mTimes) {
-        char lTime[48];
-        std::snprintf(lTime, sizeof lTime, "%lld.%03u", static_cast<long long>(aArrival.mTime.mSeconds),
-                      static_cast<unsigned>(aArrival.mTime.mMilliseconds));
-        lLine.PutJson("time", lTime);
-        lLine.Put("interval_ms", aArrival.mInterval);
+        const int64_t lMilliseconds = aArrival.mTime.mSeconds * 1000 + aArrival.mTime.mMilliseconds;
+        lLine["time"] = static_cast<double>(lMilliseconds) / 1000;
+        lLine["interval_ms"] = JsonOptional(aArrival.mInterval);
     }
-    lLine.Put("dlfc", aFacts.mDlfc).Put("identity", aFacts.mIdentity).Put("position", Position(aFacts));
-    lLine.Put("bytes", aFacts.mBytes);
-    lLine.PutJson("streams", JsonArray(StreamSizes(aFacts.mItems), [](size_t aSize) { return std::to_string(aSize); }));
-    lLine.PutJson("faults", JsonFindings(aFacts.mFindings));
+    lLine["dlfc"] = JsonOptional(aFacts.mDlfc);
+    lLine["identity"] = JsonOptional(aFacts.mIdentity);
+    lLine["position"] = JsonOptional(Position(aFacts));
+    lLine["bytes"] = aFacts.mBytes;
+    lLine["streams"] = StreamSizes(aFacts.mItems);
+    lLine["faults"] = JsonFindings(aFacts.mFindings);
     if (cForm.mVerbose) {
-        lLine.PutJson("items", JsonArray(aFacts.mItems, [](const ItemView& aItem) {
-                          return JsonObject()
-                              .Put("name", aItem.mName)
-                              .Put("bits", aItem.mBits)
-                              .Put("start", Hex(aItem.mValue.substr(0, ITEM_START)))
-                              .GetText();
-                      }));
+        lLine["items"] = JsonItems(aFacts.mItems);
     }
-    PrintLine(lLine.GetText());
+    PrintLine(JsonLine(lLine));
 }
 
 void DumpReport::Summary(const UnitCheck& aCheck, bool aVerdict) {
@@ -175,24 +185,22 @@ void DumpReport::PrintTextSummary(const UnitCheck& aCheck, bool aVerdict) const 
 
 void DumpReport::PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict) const {
     const DlfcWatch& lCounters = aCheck.GetCounters();
-    JsonObject lSummary;
-    lSummary.Put("type", "summary").Put("units", cUnits).Put("lost", lCounters.GetLost());
-    lSummary.Put("out_of_order", lCounters.GetBack()).Put("bytes", cBytes);
+    Json lSummary = {{"type", "summary"},
+                     {"units", cUnits},
+                     {"lost", lCounters.GetLost()},
+                     {"out_of_order", lCounters.GetBack()},
+                     {"bytes", cBytes}};
     if (cForm.mTimes) {
-        lSummary.PutJson("interval_ms", JsonObject()
-                                            .Put("p50", cIntervals.Percentile(50))
-                                            .Put("p99", cIntervals.Percentile(99))
-                                            .Put("max", cIntervals.GetMaximum())
-                                            .GetText());
+        lSummary["interval_ms"] = {
+            {"p50", cIntervals.Percentile(50)}, {"p99", cIntervals.Percentile(99)}, {"max", cIntervals.GetMaximum()}};
     }
-    lSummary.Put("drm_mode", aCheck.GetMode());
-    JsonObject lFaults;
+    lSummary["drm_mode"] = aCheck.GetMode();
+    Json& lFaults = lSummary["faults"] = Json::object();
     for (const Fault lFault : cFaults.GetFound()) {
-        lFaults.Put(FaultName(lFault), cFaults.Get(lFault));
+        lFaults[FaultName(lFault)] = cFaults.Get(lFault);
     }
-    lSummary.PutJson("faults", lFaults.GetText());
     if (aVerdict) {
-        lSummary.Put("sound", IsSound());
+        lSummary["sound"] = IsSound();
     }
-    PrintLine(lSummary.GetText());
+    PrintLine(JsonLine(lSummary));
 }

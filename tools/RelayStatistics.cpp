@@ -1,14 +1,14 @@
 #include "tools/RelayStatistics.h"
 
 #include "platform/Clock.h"
+#include "tools/JsonLine.h"
 #include "tools/Text.h"
 
 namespace {
 
 // Kilobits per second, which is bits per millisecond.
-std::string Rate(uint64_t aBytes, uint64_t aMilliseconds) {
-    return Decimal(aMilliseconds == 0 ? 0.0 : 8.0 * static_cast<double>(aBytes) / static_cast<double>(aMilliseconds),
-                   1);
+double Rate(uint64_t aBytes, uint64_t aMilliseconds) {
+    return aMilliseconds == 0 ? 0.0 : 8.0 * static_cast<double>(aBytes) / static_cast<double>(aMilliseconds);
 }
 
 }  // namespace
@@ -29,22 +29,21 @@ uint64_t RelayStatistics::Elapsed() {
 
 std::string RelayStatistics::Line(bool aJson, bool aFinal) {
     const uint64_t lNow = Elapsed();
-    const std::string lRate = aFinal ? Rate(cBytes, lNow) : Rate(cBytes - cBytesBefore, lNow - cTimeBefore);
+    const double lRate = aFinal ? Rate(cBytes, lNow) : Rate(cBytes - cBytesBefore, lNow - cTimeBefore);
     cBytesBefore = cBytes;
     cTimeBefore = lNow;
-    const std::string lSeconds = Decimal(static_cast<double>(lNow) / 1000, 1);
+    const double lSeconds = static_cast<double>(lNow) / 1000;
     if (!aJson) {
-        return lSeconds + " s: " + Short() + ", " + Count(cBytes, "byte") + ", " + lRate + " kbit/s";
+        return Decimal(lSeconds, 1) + " s: " + Short() + ", " + Count(cBytes, "byte") + ", " + Decimal(lRate, 1) +
+               " kbit/s";
     }
-    return JsonObject()
-        .Put("type", aFinal ? "summary" : "statistics")
-        .PutJson("seconds", lSeconds)
-        .Put("received", cReceived)
-        .Put("sent", cSent)
-        .Put("lost", cLost)
-        .Put("bytes", cBytes)
-        .PutJson("kbit_per_s", lRate)
-        .GetText();
+    return JsonLine({{"type", aFinal ? "summary" : "statistics"},
+                     {"seconds", JsonDecimal(lSeconds, 1)},
+                     {"received", cReceived},
+                     {"sent", cSent},
+                     {"lost", cLost},
+                     {"bytes", cBytes},
+                     {"kbit_per_s", JsonDecimal(lRate, 1)}});
 }
 
 std::string RelayStatistics::Short() const {

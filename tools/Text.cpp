@@ -52,17 +52,6 @@ std::string WithoutControls(std::string_view aText) {
     return lText;
 }
 
-std::string JsonText(std::string_view aBytes) {
-    std::string lText = "\"";
-    for (const char lByte : aBytes) {
-        if (lByte == '"' || lByte == '\\') {
-            lText += '\\';
-        }
-        lText += IsPrintable(lByte) ? std::string(1, lByte) : Formatted("\\u%04x", lByte);
-    }
-    return lText + '"';
-}
-
 std::string Hex(std::string_view aBytes) {
     std::string lText;
     for (const char lByte : aBytes) {
@@ -79,9 +68,4 @@ std::string Decimal(double aValue, int aDigits) {
 
 std::string Count(uint64_t aCount, const std::string& aWord) {
     return std::to_string(aCount) + " " + aWord + (aCount == 1 ? "" : "s");
-}
-
-JsonObject& JsonObject::PutJson(const char* aName, const std::string& aValue) {
-    cMembers += (cMembers.empty() ? "" : ",") + JsonText(aName) + ":" + aValue;
-    return *this;
 }

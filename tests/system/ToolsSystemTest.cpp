@@ -219,7 +219,7 @@ TEST_F(ToolsSystemTest, DumpShowsItemsWithoutControlCharacters) {
     EXPECT_TRUE(Contains(lText, "\n    \\x1B[\"\\x0A  8 bits  78\n")) << lText;
     EXPECT_FALSE(Contains(lText, "sound")) << "of a part";
     EXPECT_EQ(0, Dump("--verbose --json dcp.file:rec.mdi:0:0"));
-    EXPECT_TRUE(Contains(ReadFile("console"), R"({"name":"\u001b[\"\u000a","bits":8,"start":"78"})"));
+    EXPECT_TRUE(Contains(ReadFile("console"), R"({"name":"\u001b[\"\n","bits":8,"start":"78"})"));
     EXPECT_EQ("", ReadFile("ERR_SYS.tra"));
 }
 

@@ -1,0 +1,27 @@
+#include "tools/JsonLine.h"
+
+#include <cstdlib>
+
+#include "tools/Text.h"
+
+std::string JsonLine(const nlohmann::ordered_json& aValue) {
+    return aValue.dump(-1, ' ', true, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+std::string JsonText(std::string_view aBytes) {
+    std::string lText;  // in UTF-8
+    for (const char lByte : aBytes) {
+        const auto lCode = static_cast<unsigned char>(lByte);
+        if (lCode < 0x80) {
+            lText += lByte;
+        } else {
+            lText += static_cast<char>(0xC0 | lCode >> 6);
+            lText += static_cast<char>(0x80 | (lCode & 0x3F));
+        }
+    }
+    return lText;
+}
+
+double JsonDecimal(double aValue, int aDigits) {
+    return std::strtod(Decimal(aValue, aDigits).c_str(), nullptr);
+}
