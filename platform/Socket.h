@@ -36,7 +36,7 @@ struct AddressList {
 std::optional<AddressList> InterfaceAddresses();
 
 // One UDP socket.  Used by one thread at a time.  Operations answer true for success; after a false, GetLastError is
-// the system's error number (errno) of that operation.
+// the system's error number (errno) of that operation, and after a true it is 0.
 class UdpSocket {
 public:
     UdpSocket() = default;

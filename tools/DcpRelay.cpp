@@ -1,5 +1,6 @@
 // dcp-relay: takes units from one DCP address and sends them to another.
 
+#include <cerrno>
 #include <filesystem>
 #include <string>
 #include <system_error>
@@ -54,6 +55,20 @@ void AddOptions(CommandLine* apLine, Options* apOptions) {
                       "number of the local interface on which a multicast\ngroup is joined (0)");
 }
 
+DCPAddress Parsed(const std::string& aAddress) {
+    DCPAddress lParts;
+    lParts.Parse(aAddress.c_str());
+    return lParts;
+}
+
+bool AreOneFile(const std::string& aFrom, const std::string& aTo) {
+    const DCPAddress lFrom = Parsed(aFrom);
+    const DCPAddress lTo = Parsed(aTo);
+    std::error_code lIgnored;
+    return lFrom.mTransport == TRANSPORT_FILE && lTo.mTransport == TRANSPORT_FILE &&
+           std::filesystem::equivalent(lFrom.mName, lTo.mName, lIgnored);
+}
+
 // Of the statistics, in milliseconds; for ever when there are none before the end.
 uint64_t PeriodOf(const Options& aOptions) {
     return aOptions.mStatistics > 0 ? uint64_t{1000} * aOptions.mStatistics : UINT64_MAX;
@@ -61,7 +76,8 @@ uint64_t PeriodOf(const Options& aOptions) {
 
 class Relay {
 public:
-    Relay(const CommandLine& aLine, const Options& aOptions) : cLine(aLine), cOptions(aOptions) {}
+    Relay(const CommandLine& aLine, const Options& aOptions)
+        : cLine(aLine), cOptions(aOptions), cToName(Parsed(aOptions.mTo).mName) {}
 
     int Open();
     int Run();
@@ -74,11 +90,13 @@ private:
     void Number(MDIUnit& aUnit);
     void NoteDelivery(bool aDelivered);
     void NoteSize();
+    std::string SystemReason() const;
     void Report();
     void Say(const std::string& aText);
 
     const CommandLine& cLine;
     const Options cOptions;
+    const std::string cToName;  // host or file
     UnitSource cSource;
     UnitSink cSink;
     DlfcWatch cCounters;
@@ -94,23 +112,16 @@ private:
 };
 
 int Relay::Open() {
-    const std::string& lFrom = cOptions.mFrom;
-    const std::string& lTo = cOptions.mTo;
     if (cOptions.mRenumber && cOptions.mProtocol != Protocol::MDI) {
         return cLine.Fail(STATUS_USAGE, "--renumber is for mdi only");
     }
-    DCPAddress lFromParts;
-    DCPAddress lToParts;
-    std::error_code lIgnored;
-    if (lFromParts.Parse(lFrom.c_str()) == 0 && lToParts.Parse(lTo.c_str()) == 0 &&
-        lFromParts.mTransport == TRANSPORT_FILE && lToParts.mTransport == TRANSPORT_FILE &&
-        std::filesystem::equivalent(lFromParts.mName, lToParts.mName, lIgnored)) {
+    if (AreOneFile(cOptions.mFrom, cOptions.mTo)) {
         return cLine.Fail(STATUS_USAGE, "FROM and TO are the same file");
     }
     std::string lError;
-    int lStatus = cSource.Open(lFrom, cOptions.mProtocol, cOptions.mInterface, &lError);
+    int lStatus = cSource.Open(cOptions.mFrom, cOptions.mProtocol, cOptions.mInterface, &lError);
     if (lStatus == STATUS_DONE) {
-        lStatus = cSink.Open(lTo, cOptions.mProtocol, &lError);
+        lStatus = cSink.Open(cOptions.mTo, cOptions.mProtocol, &lError);
     }
     return lStatus == STATUS_DONE ? lStatus : cLine.Fail(lStatus, lError);
 }
@@ -127,8 +138,8 @@ int Relay::Run() {
     if (cFaults.HasLoss()) {
         Say("FROM is damaged; mdi-dump tells where");
     }
-    if (!OutputIsComplete()) {
-        return cLine.Fail(STATUS_FAILED, "standard output could not be written");
+    if (OutputError() != 0 && OutputError() != EPIPE) {
+        return cLine.Fail(STATUS_FAILED, "standard output cannot be written: " + SystemText(OutputError()));
     }
     if (cSource.AtEnd() && cStatistics.GetReceived() == 0) {
         return cLine.Fail(STATUS_FAILED, "there is no unit of this protocol in FROM");
@@ -195,7 +206,7 @@ Relay::Pass Relay::Forward(MDIUnit& aUnit) {
             return Pass::GO_ON;
         case UnitSink::Result::FAILED:
             cStatistics.Lost(1);
-            Say("TO: " + StatusText(cSink.GetCode()));
+            Say(cToName + " cannot be written" + SystemReason());
             return Pass::FAILED;
         case UnitSink::Result::FULL:
             break;
@@ -207,11 +218,19 @@ Relay::Pass Relay::Forward(MDIUnit& aUnit) {
 // Says it once when TO begins to refuse units, and once when it takes them again.
 void Relay::NoteDelivery(bool aDelivered) {
     if (!aDelivered && cUndelivered++ == 0) {
-        Say("units are lost: " + StatusText(cSink.GetCode()));
+        Say("units are lost: " + StatusText(cSink.GetCode()) + SystemReason());
     } else if (aDelivered && cUndelivered > 0) {
         Say("units go out again; " + Count(cUndelivered, "unit") + " lost");
         cUndelivered = 0;
     }
+}
+
+// Behind what TO answered last: the system's reason, when that is one.
+std::string Relay::SystemReason() const {
+    if (cSink.GetSystemError() != 0) {
+        return ": " + SystemText(cSink.GetSystemError());
+    }
+    return cSink.GetCode() == UDP_SEND_FAILED ? ": " + cToName + " does not answer the probe" : "";
 }
 
 void Relay::NoteSize() {

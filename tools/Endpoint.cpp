@@ -1,7 +1,6 @@
 #include "tools/Endpoint.h"
 
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 
@@ -60,8 +59,9 @@ int Check(const DCPAddress& aParts, const std::string& aAddress, uint32_t aDirec
             *apError = aAddress + ": " + lWhyNot;
             return STATUS_USAGE;
         }
-        if (!platform::StartSockets()) {
-            *apError = "the system gives no sockets";
+        int lError = 0;
+        if (!platform::StartSockets(&lError)) {
+            *apError = "the system gives no sockets: " + SystemText(lError);
             return STATUS_FAILED;
         }
     } else if (aParts.mTransport == TRANSPORT_FILE && aDirection == RECEIVING &&
@@ -102,7 +102,7 @@ int OpenEndpoint(ToolEndpoint& aEndpoint, const std::string& aAddress, Protocol 
     if (aEndpoint.Open(aAddress.c_str(), aLocalInterface) == 1 && Enable(aEndpoint, aProtocol) == 1) {
         return STATUS_DONE;
     }
-    const std::string lSystemError = errno != 0 ? ": " + std::string(std::strerror(errno)) : "";
+    const std::string lSystemError = errno != 0 ? ": " + SystemText(errno) : "";
     const uint32_t lCode = aEndpoint.GetError();
     const bool lDenied = lCode == UDP_SOCKET_FAILED || lCode == FILE_OPEN_FAILED;
     if (lCode == FILE_OPEN_FAILED && aEndpoint.ciDirection == RECEIVING) {

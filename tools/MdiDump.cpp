@@ -1,10 +1,12 @@
 // mdi-dump: shows the MDI units that an address delivers, and checks recordings.
 
+#include <cerrno>
 #include <string>
 
 #include "tools/CommandLine.h"
 #include "tools/DumpReport.h"
 #include "tools/Output.h"
+#include "tools/StatusText.h"
 #include "tools/UnitSource.h"
 
 namespace {
@@ -33,7 +35,7 @@ void AddOptions(CommandLine* apLine, Options* apOptions) {
 }
 
 void Dump(UnitSource& aSource, uint32_t aUnits, UnitCheck* apCheck, DumpReport* apReport) {
-    while (apReport->GetUnits() < aUnits && OutputIsComplete()) {
+    while (apReport->GetUnits() < aUnits && OutputError() == 0) {
         MDIUnit lUnit(0, 0, 0);
         const UnitSource::Result lResult = aSource.Receive(&lUnit);
         apReport->Other(aSource.GetFindings());
@@ -68,8 +70,11 @@ int main(int argc, char** argv) {
     lSource.Start();
     Dump(lSource, lOptions.mUnits, &lCheck, &lReport);
     lReport.Summary(lCheck, lSource.AtEnd());
-    if (!OutputIsComplete()) {
-        return lLine.Fail(STATUS_FAILED, "standard output could not be written");
+    if (OutputError() == EPIPE) {
+        return STATUS_FAILED;  // without a word, as other tools whose reader ends first
+    }
+    if (OutputError() != 0) {
+        return lLine.Fail(STATUS_FAILED, "standard output cannot be written: " + SystemText(OutputError()));
     }
     return lSource.IsFile() && !lReport.IsSound() ? STATUS_FAILED : STATUS_DONE;
 }

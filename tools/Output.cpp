@@ -1,9 +1,16 @@
 #include "tools/Output.h"
 
+#include <cerrno>
 #include <cstdio>
 
 #include "platform/Console.h"
 #include "platform/Interrupt.h"
+
+namespace {
+
+int sOutputError = 0;
+
+}  // namespace
 
 void PrepareTool() {
     platform::SecureStandardHandles();
@@ -13,10 +20,12 @@ void PrepareTool() {
 }
 
 void PrintLine(const std::string& aLine) {
-    std::fputs((aLine + "\n").c_str(), stdout);
-    std::fflush(stdout);
+    const bool lWritten = std::fputs((aLine + "\n").c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+    if (!lWritten && sOutputError == 0) {
+        sOutputError = errno;
+    }
 }
 
-bool OutputIsComplete() {
-    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+int OutputError() {
+    return sOutputError;
 }

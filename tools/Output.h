@@ -9,5 +9,6 @@ void PrepareTool();
 // Writes a line to standard output, through to the reader.
 void PrintLine(const std::string& aLine);
 
-// Whether all of it could be written.
-bool OutputIsComplete();
+// The system's error number (errno) of the first line that could not be written; 0 when there is none.  EPIPE: the
+// reader went away.
+int OutputError();

@@ -1,5 +1,7 @@
 #include "tools/StatusText.h"
 
+#include <system_error>
+
 #include "Networking/StatusCodes.h"
 
 std::string StatusText(uint32_t aCode) {
@@ -52,4 +54,8 @@ std::string StatusText(uint32_t aCode) {
             return "an item is there twice";
     }
     return aCode == 0 ? "no reason given" : "code " + std::to_string(aCode);
+}
+
+std::string SystemText(int aError) {
+    return std::generic_category().message(aError);
 }

@@ -5,3 +5,6 @@
 
 // What a code of a layer or endpoint (Networking/StatusCodes.h) means to the user of a tool; 0 is "no reason given".
 std::string StatusText(uint32_t aCode);
+
+// What an error number of the system (errno) means.
+std::string SystemText(int aError);

@@ -1,5 +1,6 @@
 #include "tools/UnitSink.h"
 
+#include <cerrno>
 #include <cstdio>
 
 #include "tools/CommandLine.h"
@@ -14,9 +15,11 @@ int UnitSink::Open(const std::string& aAddress, Protocol aProtocol, std::string*
 }
 
 UnitSink::Result UnitSink::Send(Packet* apUnit) {
+    errno = 0;
     if (cEndpoint.PushUnit(apUnit) == 1) {
         return Result::SENT;
     }
+    cSystemError = cEndpoint.ciUDPIPLayer != nullptr ? cEndpoint.ciUDPIPLayer->ciSocket.GetLastError() : errno;
     cCode = cEndpoint.GetError();
     return cCode == FILE_END ? Result::FULL : cCode == FILE_WRITE_FAILED ? Result::FAILED : Result::LOST;
 }

@@ -18,7 +18,8 @@ public:
     // FULL: the recording is at its limit, and the packet not in it.  FAILED: the recording cannot be written.
     Result Send(Packet* apUnit);
 
-    uint32_t GetCode() const { return cCode; }  // of the last result but SENT
+    uint32_t GetCode() const { return cCode; }           // of the last result but SENT
+    int GetSystemError() const { return cSystemError; }  // errno that goes with it; 0 when there is none
 
     bool IsFile() const { return cEndpoint.ciFileLayer != nullptr; }
     bool IsFull() const;  // a recording has as many units as it may have
@@ -27,4 +28,5 @@ public:
 private:
     ToolEndpoint cEndpoint{SENDING, 0};
     uint32_t cCode = 0;
+    int cSystemError = 0;
 };

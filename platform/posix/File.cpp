@@ -2,6 +2,8 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+
 namespace platform {
 
 bool SyncFile(std::FILE* aFile) {
@@ -9,7 +11,10 @@ bool SyncFile(std::FILE* aFile) {
 }
 
 bool CutFile(std::FILE* aFile, long aSize) {
-    return ftruncate(fileno(aFile), aSize) == 0 && std::fseek(aFile, aSize, SEEK_SET) == 0;
+    const int lErrorBefore = errno;
+    const bool lCut = ftruncate(fileno(aFile), aSize) == 0 && std::fseek(aFile, aSize, SEEK_SET) == 0;
+    errno = lErrorBefore;
+    return lCut;
 }
 
 }  // namespace platform

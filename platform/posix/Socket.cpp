@@ -191,8 +191,7 @@ UdpSocket::ReceiveResult UdpSocket::Receive(unsigned char* aBuffer, size_t aCapa
 }
 
 bool UdpSocket::Check(int aResult) {
-    if (aResult == -1)
-        cLastError = errno;
+    cLastError = aResult == -1 ? errno : 0;
     return aResult != -1;
 }
 

@@ -328,7 +328,10 @@ TEST_F(ToolsSystemTest, NamesWrongUsageAndWhatFails) {
          "dcp-relay: none cannot be read: No such file or directory"},
         {DCP_RELAY " " + FROM + "dcp.file:none/out.mdi:9:0", 1,
          "dcp-relay: dcp.file:none/out.mdi:9:0: the file cannot be opened: No such file or directory"},
-        {DCP_RELAY " " + FROM + "dcp.file:/dev/full:9:0", 1, "dcp-relay: TO: the file cannot be written"},
+        {DCP_RELAY " " + FROM + "dcp.file:/dev/full:9:0", 1,
+         "dcp-relay: /dev/full cannot be written: No space left on device"},
+        {DCP_RELAY " " + FROM + "dcp.udp://127.255.255.255:5000", 1,
+         "dcp-relay: dcp.udp://127.255.255.255:5000: the network gives no such socket: Permission denied"},
         {MDI_MAKE " --mode=C --occupancy=9 x", 2,
          "mdi-make: robustness modes C and D have occupancies 3 and 5 (10 and 20 kHz) only"},
         {MDI_MAKE " none/x", 1, "mdi-make: cannot write none/x: No such file or directory"},
@@ -345,6 +348,35 @@ TEST_F(ToolsSystemTest, NamesWrongUsageAndWhatFails) {
         EXPECT_EQ(0, RunTool(lTool + " --help"));
         EXPECT_EQ("", ReadFile("errors"));
     }
+}
+
+TEST_F(ToolsSystemTest, StandardOutputMayFailOrGo) {
+    WriteFile("rec.mdi", RecordingOf(MakeUnits(4), false));  // which last longer than a second
+    const auto lFull = [] { dup2(open("/dev/full", O_WRONLY), 1); };
+    const auto lGone = [] {
+        int lPipe[2];
+        dup2(pipe(lPipe) == 0 ? lPipe[1] : -1, 1);
+        close(lPipe[0]);
+    };
+    const std::vector<std::string> DUMP{MDI_DUMP, "dcp.file:rec.mdi:0:0"};
+    const std::vector<std::string> RELAY{DCP_RELAY, "-s1", "dcp.file:rec.mdi:0:0", "dcp.file:out.mdi:9:0"};
+    const std::string FULL = ": standard output cannot be written: No space left on device\n";
+    struct {
+        std::vector<std::string> mWords;
+        std::function<void()> mOutput;
+        int mExitCode;
+        std::string mError;
+    } const CASES[] = {
+        {DUMP, lGone, 1, ""},
+        {DUMP, lFull, 1, "mdi-dump" + FULL},
+        {RELAY, lGone, 0, ""},
+        {RELAY, lFull, 1, "dcp-relay" + FULL},
+    };
+    for (const auto& lCase : CASES) {
+        EXPECT_EQ(lCase.mExitCode, Process(lCase.mWords, "", lCase.mOutput).ExitCode()) << lCase.mError;
+        EXPECT_EQ(lCase.mError, ReadFile("errors"));
+    }
+    EXPECT_EQ(ReadFile("rec.mdi"), ReadFile("out.mdi"));
 }
 
 // Whether some program has bound this UDP port.
