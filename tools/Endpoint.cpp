@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "platform/Socket.h"
+#include "tools/AddressCheck.h"
 #include "tools/CommandLine.h"
 #include "tools/StatusText.h"
 
@@ -90,8 +91,12 @@ uint32_t Enable(ToolEndpoint& aEndpoint, Protocol aProtocol) {
 int OpenEndpoint(ToolEndpoint& aEndpoint, const std::string& aAddress, Protocol aProtocol, uint32_t aLocalInterface,
                  std::string* apError) {
     DCPAddress lParts;
-    if (lParts.Parse(aAddress.c_str()) != 0) {
+    if (lParts.Parse(aAddress.c_str()) != 0 || HasMoreWords(aAddress, lParts)) {
         *apError = NoAddress(aAddress, aEndpoint.ciDirection == SENDING);
+        return STATUS_USAGE;
+    }
+    if (const std::string lWhyNot = WhyNoOptions(aAddress, lParts); !lWhyNot.empty()) {
+        *apError = aAddress + ": " + lWhyNot;
         return STATUS_USAGE;
     }
     if (const int lStatus = Check(lParts, aAddress, aEndpoint.ciDirection, aLocalInterface, apError);

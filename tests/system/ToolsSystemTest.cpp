@@ -289,39 +289,26 @@ TEST_F(ToolsSystemTest, RelayWarnsOfARecordingThatThePlayerRefuses) {
 TEST_F(ToolsSystemTest, NamesWrongUsageAndWhatFails) {
     WriteFile("rec.mdi", RecordingOf(MakeUnits(1), false));
     const std::string FROM = "dcp.file:rec.mdi:0:0 ";
-    const std::string FORM =
-        "is no DCP address; it is of the form dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0";
     struct {
         std::string mCommand;
         int mExitCode;
         std::string mError;
     } const CASES[] = {
+        {MDI_DUMP " dcp.udp.pft://any:5000?ttl=4", 2,
+         "mdi-dump: dcp.udp.pft://any:5000?ttl=4: 'ttl=4' is no option; options are fec=0|1, crc=0|1"},
         {MDI_DUMP " --units=0 x", 2, "mdi-dump: -n,--units takes 1..., not '0'; see --help"},
         {MDI_DUMP " --units=0x9 x", 2, "mdi-dump: -n,--units takes 1..., not '0x9'; see --help"},
         {MDI_DUMP " rec.mdi", 2,
          "mdi-dump: 'rec.mdi' is no DCP address; the recording of that name is dcp.file.pft:rec.mdi:0:0"},
-        {MDI_DUMP " dcp.udp.pft:/any:5000", 2, "mdi-dump: 'dcp.udp.pft:/any:5000' " + FORM},
         {MDI_DUMP " dcp.file.pft:none.mdi:0:0", 1, "mdi-dump: none.mdi cannot be read: No such file or directory"},
-        {MDI_DUMP " dcp.udp.pft://any:1023", 2,
-         "mdi-dump: dcp.udp.pft://any:1023: a UDP port is a number from 1024 to 65535"},
-        {MDI_DUMP " dcp.udp.pft://any:65536", 2,
-         "mdi-dump: dcp.udp.pft://any:65536: a UDP port is a number from 1024 to 65535"},
-        {MDI_DUMP " dcp.udp.pft://127.0.0.256:5000", 2,
-         "mdi-dump: dcp.udp.pft://127.0.0.256:5000: a host is a dotted IPv4 address, or any to receive"},
         {MDI_DUMP " --interface 99 dcp.udp.pft://any:5000", 2, "mdi-dump: there is no local interface number 99"},
         {MDI_DUMP " dcp.file:/dev/zero:0:0", 1, "mdi-dump: /dev/zero is no file"},
         {MDI_DUMP " a\x1B", 2,
          "mdi-dump: 'a\\x1B' is no DCP address; the recording of that name is dcp.file.pft:a\\x1B:0:0"},
-        {MDI_DUMP " dcp.tcp.pft://any:5000", 2,
-         "mdi-dump: dcp.tcp.pft://any:5000: this transport or protection is not available"},
-        {MDI_DUMP " dcp.udp.pft://modulator.example:5000", 2,
-         "mdi-dump: dcp.udp.pft://modulator.example:5000: a host is a dotted IPv4 address, or any to receive"},
         {DCP_RELAY " " + FROM + "out.mdi", 2,
          "dcp-relay: 'out.mdi' is no DCP address; the recording of that name is dcp.file.pft:out.mdi:9999:0"},
         {DCP_RELAY " " + FROM + "dcp.file:out.mdi:0:0", 2,
          "dcp-relay: dcp.file:out.mdi:0:0: the first number is the limit of the recording in units, for example 9999"},
-        {DCP_RELAY " " + FROM + "dcp.udp.pft://any:5000", 2,
-         "dcp-relay: dcp.udp.pft://any:5000: units go to one host or multicast group"},
         {DCP_RELAY " " + FROM + "dcp.file:./rec.mdi:9:0", 2, "dcp-relay: FROM and TO are the same file"},
         {DCP_RELAY " --renumber --protocol mci " + FROM + "x", 2, "dcp-relay: --renumber is for mdi only"},
         {DCP_RELAY " dcp.file:none:0:0 dcp.file:out.mdi:9:0", 1,
@@ -419,12 +406,12 @@ TEST_F(ToolsSystemTest, ParityCarriesUnitsOverALossyLink) {
     WriteFile("rec.mdi", RecordingOf(lUnits, false));
     const uint32_t lPort = TestPort();  // of the link
     LossyLink lLink(lPort, lPort + 1);
-    Process lRecorder({DCP_RELAY, "--units=6", "dcp.udp.pft://127.0.0.1:" + std::to_string(lPort + 1) + "?fec=2",
+    Process lRecorder({DCP_RELAY, "--units=6", "dcp.udp.pft://127.0.0.1:" + std::to_string(lPort + 1) + "?fec=1",
                        "dcp.file:got.mdi:9:0"},
                       "-recorder");
     ASSERT_TRUE(Eventually([] { return std::filesystem::exists("got.mdi"); }));
-    Process lSender(
-        {DCP_RELAY, "--fast", "dcp.file:rec.mdi:0:0", "dcp.udp.pft://127.0.0.1:" + std::to_string(lPort) + "?fec=2"});
+    Process lSender({DCP_RELAY, "--fast", "dcp.file:rec.mdi:0:0",
+                     "dcp.udp.pft://127.0.0.1:" + std::to_string(lPort) + "?fec=1&crc=1"});
     for (size_t lUnit = 0; lUnit < lUnits.size(); ++lUnit)
         lLink.PassPacket(lUnit + 1 < lUnits.size());
     EXPECT_EQ(0, lSender.ExitCode());

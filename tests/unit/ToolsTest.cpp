@@ -9,7 +9,9 @@
 
 #include "platform/Clock.h"
 #include "platform/Interrupt.h"
+#include "tools/CommandLine.h"
 #include "tools/DlfcWatch.h"
+#include "tools/Endpoint.h"
 #include "tools/IntervalHistogram.h"
 #include "tools/JsonLine.h"
 #include "tools/StatusText.h"
@@ -76,6 +78,43 @@ TEST(StatusTextTest, HasWordsForEveryCode) {
     for (uint32_t lCode = 1; lCode <= 33; ++lCode) {
         const bool lUsed = std::find(std::begin(UNUSED), std::end(UNUSED), lCode) == std::end(UNUSED);
         EXPECT_EQ(lUsed, StatusText(lCode) != "code " + std::to_string(lCode)) << lCode;
+    }
+}
+
+TEST(EndpointTest, RefusesAddressesThatMeanSomethingElse) {
+    const std::string FORM = "of the form dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0";
+    const std::string PORT = "a UDP port is a number from 1024 to 65535";
+    const std::string HOST = "a host is a dotted IPv4 address, or any to receive";
+    const std::string OPTIONS = "options are fec=0|1, crc=0|1";
+    const struct {
+        uint32_t mDirection;
+        const char* mAddress;
+        std::string mError;  // its end
+    } CASES[] = {
+        {RECEIVING, "dcp.udp.pft:/any:5000", FORM},
+        {RECEIVING, "dcp.udp.pft.fec://any:5000", FORM},
+        {RECEIVING, "dcp.udp.pft://any:5000:1", FORM},
+        {SENDING, "dcp.file:x:9:0:0", FORM},
+        {SENDING, "dcp.udp.pft://127.0.0.1:5000?fec=1 crc=0", FORM},
+        {RECEIVING, "dcp.udp.pft://any:1023", PORT},
+        {RECEIVING, "dcp.udp.pft://any:65536", PORT},
+        {RECEIVING, "dcp.udp.pft://127.0.0.256:5000", HOST},
+        {SENDING, "dcp.udp.pft://modulator.example:5000", HOST},
+        {SENDING, "dcp.udp.pft://any:5000", "units go to one host or multicast group"},
+        {RECEIVING, "dcp.tcp.pft://any:5000", "this transport or protection is not available"},
+        {SENDING, "dcp.udp.pft://127.0.0.1:5000?fec=7", "'fec=7' is no option; " + OPTIONS},
+        {SENDING, "dcp.udp.pft://127.0.0.1:5000?FEC=1", "'FEC=1' is no option; " + OPTIONS},
+        {SENDING, "dcp.udp.pft://127.0.0.1:5000?fec=01", "'fec=01' is no option; " + OPTIONS},
+        {SENDING, "dcp.udp.pft://127.0.0.1:5000?fec=1&ttl=4", "'ttl=4' is no option; " + OPTIONS},
+        {SENDING, "dcp.udp.pft://127.0.0.1:5000?", "'' is no option; " + OPTIONS},
+        {SENDING, "dcp.udp.pft://127.0.0.1:5000?crc=0&fec=1", "'fec=1' counts as the first option only"},
+        {SENDING, "dcp.udp://127.0.0.1:5000?fec=1", "'fec=1' protects fragments, and without .pft there are none"},
+    };
+    for (const auto& lCase : CASES) {
+        ToolEndpoint lEndpoint(lCase.mDirection, 0);
+        std::string lError;
+        EXPECT_EQ(STATUS_USAGE, OpenEndpoint(lEndpoint, lCase.mAddress, Protocol::MDI, 0, &lError)) << lCase.mAddress;
+        EXPECT_TRUE(lError.ends_with(lCase.mError)) << lError;
     }
 }
 
