@@ -1,13 +1,14 @@
 // mdi-make: writes a recording of a synthetic DRM transmission.
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <string>
 #include <vector>
 
+#include "Networking/DCPAddress.h"
 #include "tools/MakeRecording.h"
 #include "tools/MdiMakeOptions.h"
+#include "tools/Output.h"
+#include "tools/OutputFile.h"
+#include "tools/StatusText.h"
 
 namespace {
 
@@ -16,18 +17,15 @@ constexpr char PURPOSE[] =
     "as an audio service, but its bytes are a test pattern.  The strongest\n"
     "protection that carries the streams is chosen.";
 
-bool WriteFile(const std::string& aPath, const std::vector<unsigned char>& aBytes) {
-    std::FILE* lpFile = std::fopen(aPath.c_str(), "wb");
-    if (lpFile == nullptr) {
-        return false;
-    }
-    const bool lWritten = std::fwrite(aBytes.data(), 1, aBytes.size(), lpFile) == aBytes.size();
-    return std::fclose(lpFile) == 0 && lWritten;
+bool FitsAddress(const std::string& aPath) {
+    DCPAddress lParts;
+    return lParts.Parse(("dcp.file:" + aPath + ":0:0").c_str()) == 0 && lParts.mName == aPath;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    PrepareTool();
     MdiMakeOptions lOptions;
     CommandLine lLine("mdi-make", PURPOSE);
     AddMdiMakeOptions(&lLine, &lOptions);
@@ -39,10 +37,15 @@ int main(int argc, char** argv) {
     if (!MakeRecording(lOptions, &lRecording, &lError)) {
         return lLine.Fail(STATUS_USAGE, lError);
     }
-    if (!WriteFile(lOptions.mOutput, lRecording)) {
-        return lLine.Fail(STATUS_FAILED, "cannot write " + lOptions.mOutput + ": " + std::strerror(errno));
+    OutputFile lFile(lOptions.mOutput);
+    if (!lFile.Open() || !lFile.Write(lRecording.data(), lRecording.size()) || !lFile.Finish()) {
+        return lLine.Fail(STATUS_FAILED, "cannot write " + lOptions.mOutput + ": " + SystemText(lFile.GetError()));
     }
-    std::printf("%s: %u frames, %zu bytes\n", lOptions.mOutput.c_str(), static_cast<unsigned>(lOptions.mFrames),
-                lRecording.size());
+    if (!FitsAddress(lOptions.mOutput)) {
+        lLine.Say("warning: no DCP address can hold '" + lOptions.mOutput +
+                  "'; it takes paths of at most 103 characters without blanks, colons and question marks");
+    }
+    PrintLine(lOptions.mOutput + ": " + std::to_string(lOptions.mFrames) + " frames, " +
+              std::to_string(lRecording.size()) + " bytes");
     return STATUS_DONE;
 }

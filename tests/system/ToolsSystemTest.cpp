@@ -337,6 +337,30 @@ TEST_F(ToolsSystemTest, NamesWrongUsageAndWhatFails) {
     }
 }
 
+TEST_F(ToolsSystemTest, MakeLeavesNothingBehindWhenItFails) {
+    WriteFile("old", "old");
+    const auto lSmallFiles = [] {
+        const rlimit LIMIT{1000, 1000};
+        setrlimit(RLIMIT_FSIZE, &LIMIT);
+        std::signal(SIGXFSZ, SIG_IGN);
+    };
+    std::filesystem::create_symlink("/dev/full", "device");
+    for (const char* const lpPath : {"new", "old"}) {
+        EXPECT_EQ(1, Process({MDI_MAKE, lpPath}, "", lSmallFiles).ExitCode());
+        EXPECT_EQ("mdi-make: cannot write "s + lpPath + ": File too large\n", ReadFile("errors"));
+    }
+    EXPECT_EQ("old", ReadFile("old"));
+    EXPECT_EQ(1, RunTool(MDI_MAKE " device"));
+    EXPECT_TRUE(std::filesystem::is_character_file("device"));
+    EXPECT_EQ(4, std::distance(std::filesystem::directory_iterator("."), {})) << "old, device, console, errors";
+
+    std::filesystem::create_symlink("old", "a:link");
+    EXPECT_EQ(0, RunTool(MDI_MAKE " --frames=3 a:link"));
+    EXPECT_TRUE(Contains(ReadFile("errors"), "warning: no DCP address can hold 'a:link'"));
+    EXPECT_EQ(0, Dump("dcp.file:old:0:0"));
+    EXPECT_TRUE(std::filesystem::is_symlink("a:link"));
+}
+
 TEST_F(ToolsSystemTest, StandardOutputMayFailOrGo) {
     WriteFile("rec.mdi", RecordingOf(MakeUnits(4), false));  // which last longer than a second
     const auto lFull = [] { dup2(open("/dev/full", O_WRONLY), 1); };
