@@ -112,13 +112,14 @@ void DumpReport::PrintText(const UnitFacts& aFacts, const Arrival& aArrival) con
     std::string lLine;
     if (cForm.mTimes) {
         char lInterval[32];
-        std::snprintf(lInterval, sizeof lInterval, "%+6d ms  ", static_cast<int>(aArrival.mInterval.value_or(0)));
+        std::snprintf(lInterval, sizeof lInterval, "%+5d ms  ", static_cast<int>(aArrival.mInterval.value_or(0)));
         lLine = ClockText(aArrival.mTime) + lInterval;
     }
     lLine += "dlfc " + (aFacts.mDlfc ? std::to_string(*aFacts.mDlfc) : "-") + "  frame ";
-    lLine += aFacts.mIdentity
-                 ? std::to_string(*Position(aFacts)) + "/3 (identity " + std::to_string(*aFacts.mIdentity) + ")"
-                 : "-";
+    lLine += aFacts.mIdentity ? std::to_string(*Position(aFacts)) + "/3" : "-";
+    if (aFacts.mIdentity && !cForm.mTimes) {  // a line that is watched as it comes fits 80 columns
+        lLine += " (identity " + std::to_string(*aFacts.mIdentity) + ")";
+    }
     lLine += "  " + Count(aFacts.mBytes, "byte") + "  streams";
     for (const size_t lSize : StreamSizes(aFacts.mItems)) {
         lLine += " " + std::to_string(lSize);
