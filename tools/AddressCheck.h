@@ -4,8 +4,8 @@
 
 #include "Networking/DCPAddress.h"
 
-// An endpoint passes over words of an address that it does not know, and takes some for something else: "?fec=7" for
-// "?fec=1", and "fec=1" behind another option for nothing.  The tools refuse such addresses.
+// An endpoint ignores words of an address that it does not know, and reads some in another way than they are meant:
+// "?fec=7" as "?fec=1".  The tools refuse such addresses.
 
 // Whether the text has blanks, or more words before its options than the form of DCPAddress.
 bool HasMoreWords(const std::string& aAddress, const DCPAddress& aParts);

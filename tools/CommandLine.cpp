@@ -37,7 +37,7 @@ void CommandLine::AddFlag(const char* apNames, bool* apFlag, const char* apHelp,
         apNames, [apFlag, aMeaning] { *apFlag = aMeaning; }, apHelp);
 }
 
-// CLI11 would take numbers with leading zeros as octal ones.
+// Numbers are read by ReadNumber, because CLI11 itself takes a leading zero as the sign of an octal number.
 void CommandLine::AddNumber(const char* apNames, uint32_t* apNumber, uint32_t aLowest, uint32_t aHighest,
                             const char* apHelp) {
     AddText(apNames, RangeText(aLowest, aHighest).c_str(), apHelp,

@@ -40,10 +40,10 @@ void AddOptions(CommandLine* apLine, Options* apOptions) {
     apLine->AddOperand("FROM", &apOptions->mFrom,
                        "dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT,\nwhere HOST may be any or a multicast group");
     apLine->AddOperand("TO", &apOptions->mTo,
-                       "dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0,\n"
-                       "a recording of at most LIMIT units; without .pft AF\n"
-                       "packets go out whole, with \"?fec=1\" behind the\n"
-                       "address fragments with Reed-Solomon parity");
+                       "dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0\n"
+                       "for a recording of at most LIMIT units; without .pft\n"
+                       "AF packets go out whole; fragments go out with\n"
+                       "parity to \"dcp.udp.pft://HOST:PORT?fec=1\"");
     apLine->AddChoice("-p,--protocol", {"mdi", "mci", "sdi"}, "of the units (mdi)",
                       [apOptions](size_t aWord) { apOptions->mProtocol = static_cast<Protocol>(aWord); });
     apLine->AddNumber("-n,--units", &apOptions->mUnits, 1, UINT32_MAX, "end after so many units");
@@ -69,7 +69,7 @@ bool AreOneFile(const std::string& aFrom, const std::string& aTo) {
            std::filesystem::equivalent(lFrom.mName, lTo.mName, lIgnored);
 }
 
-// Of the statistics, in milliseconds; for ever when there are none before the end.
+// The milliseconds from one line of statistics to the next; without --stats they never pass.
 uint64_t PeriodOf(const Options& aOptions) {
     return aOptions.mStatistics > 0 ? uint64_t{1000} * aOptions.mStatistics : UINT64_MAX;
 }
@@ -104,9 +104,9 @@ private:
     RelayStatistics cStatistics;
     Progress cProgress;
     FaultCounts cFaults;
-    uint32_t cNumber = 0;       // of the next unit that is numbered anew
+    uint32_t cNumber = 0;       // dlfc of the next unit, with --renumber
     uint64_t cRefused = 0;      // units that TO did not take
-    uint64_t cUndelivered = 0;  // of these, since TO last took one
+    uint64_t cUndelivered = 0;  // the part of cRefused since TO last took a unit
     bool cLongRecording = false;
     uint64_t cNextLine = PeriodOf(cOptions);  // when statistics are due, in milliseconds from the start
 };
@@ -151,15 +151,15 @@ int Relay::Run() {
 }
 
 Relay::Pass Relay::Take() {
-    MDIUnit lUnit(0, 0, 0);  // of the other protocols it only views the bytes
+    MDIUnit lUnit(0, 0, 0);  // serves MCI and SDI as well, whose bytes it only views
     const UnitSource::Result lResult = cSource.Receive(&lUnit);
     Findings lFindings = cSource.GetFindings();
     const bool lOtherProtocol = std::erase_if(lFindings, [](const Finding& aFinding) {
-                                    return aFinding.mFault == FAULT_PROTOCOL;  // left out, not lost
+                                    return aFinding.mFault == FAULT_PROTOCOL;  // is left out on purpose
                                 }) > 0;
     cFaults.Add(lFindings);
     if (lResult == UnitSource::Result::LOST && !lOtherProtocol && cOptions.mProtocol != Protocol::MDI) {
-        cStatistics.Lost(1);  // of MDI the frame counters tell
+        cStatistics.Lost(1);  // losses of MDI show in its frame counters
     }
     if (lResult != UnitSource::Result::UNIT) {
         return lResult == UnitSource::Result::END ? Pass::END : Pass::GO_ON;
@@ -174,7 +174,7 @@ Relay::Pass Relay::Take() {
     return Forward(lUnit);
 }
 
-// Counts the units that are missing before this one, and renumbers it.  One without a counter stays as it is.
+// Counts the units that are missing before this one, and renumbers it.  A unit without a counter stays as it is.
 void Relay::Number(MDIUnit& aUnit) {
     aUnit.Parse();
     uint32_t lDlfc = 0;
@@ -215,7 +215,7 @@ Relay::Pass Relay::Forward(MDIUnit& aUnit) {
     return Pass::END;
 }
 
-// Says it once when TO begins to refuse units, and once when it takes them again.
+// Says once that TO refuses units, and once that TO takes them again.
 void Relay::NoteDelivery(bool aDelivered) {
     if (!aDelivered && cUndelivered++ == 0) {
         Say("units are lost: " + StatusText(cSink.GetCode()) + SystemReason());
@@ -225,7 +225,7 @@ void Relay::NoteDelivery(bool aDelivered) {
     }
 }
 
-// Behind what TO answered last: the system's reason, when that is one.
+// What to add to a message about the last unit that TO refused: the system's reason, if it has one.
 std::string Relay::SystemReason() const {
     if (cSink.GetSystemError() != 0) {
         return ": " + SystemText(cSink.GetSystemError());

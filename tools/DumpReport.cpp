@@ -52,7 +52,7 @@ std::vector<size_t> StreamSizes(const std::vector<ItemView>& aItems) {
     return lSizes;
 }
 
-// In the super frame, from 1 on.
+// The place of the unit's frame in its super frame, counted from 1.
 std::optional<int> Position(const UnitFacts& aFacts) {
     return aFacts.mIdentity ? std::optional(*aFacts.mIdentity % SUPER_FRAME_FRAMES + 1) : std::nullopt;
 }
@@ -101,7 +101,7 @@ void DumpReport::Other(const Findings& aFindings) {
                           : "  ! " + JoinedFindings(aFindings));
 }
 
-// Only beside output that goes elsewhere: on a terminal the units are progress enough.
+// When standard output is a terminal too, the lines of the units show the progress.
 void DumpReport::ShowProgress() {
     if (cProgress.IsDue() && !platform::IsTerminal(stdout)) {
         cProgress.Show(Count(cUnits, "unit") + (IsSound() ? "" : ", with faults"));
@@ -117,7 +117,7 @@ void DumpReport::PrintText(const UnitFacts& aFacts, const Arrival& aArrival) con
     }
     lLine += "dlfc " + (aFacts.mDlfc ? std::to_string(*aFacts.mDlfc) : "-") + "  frame ";
     lLine += aFacts.mIdentity ? std::to_string(*Position(aFacts)) + "/3" : "-";
-    if (aFacts.mIdentity && !cForm.mTimes) {  // a line that is watched as it comes fits 80 columns
+    if (aFacts.mIdentity && !cForm.mTimes) {  // without it the lines of a network, which people watch, fit 80 columns
         lLine += " (identity " + std::to_string(*aFacts.mIdentity) + ")";
     }
     lLine += "  " + Count(aFacts.mBytes, "byte") + "  streams";

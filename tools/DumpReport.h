@@ -13,16 +13,16 @@ class DumpReport {
 public:
     struct Form {
         bool mJson = false;
-        bool mVerbose = false;  // with the items of each unit
-        bool mTimes = false;    // the times of arrival mean something
+        bool mVerbose = false;  // shows the items of each unit
+        bool mTimes = false;    // shows when units arrived, which says nothing about a recording
     };
 
     explicit DumpReport(const Form& aForm) : cForm(aForm) {}
 
     void Unit(const UnitFacts& aFacts);
-    // Findings that belong to no unit; no line when there are none.
+    // Writes findings that belong to no unit, if there are any.
     void Other(const Findings& aFindings);
-    // aVerdict: a whole recording was read, and it is to be said whether it is sound.
+    // With aVerdict, for a recording that was read to its end, the summary says whether it is sound.
     void Summary(const UnitCheck& aCheck, bool aVerdict);
 
     uint64_t GetUnits() const { return cUnits; }

@@ -19,7 +19,7 @@ std::string NoAddress(const std::string& aAddress, bool aRecords) {
     return lText + "it is of the form dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0";
 }
 
-// What is wrong with a host or port that the layer would take for another one; empty when nothing is.
+// Why the UDP layer would take the host or port for another one; empty when it takes both as they are meant.
 std::string WhyNoDestination(const DCPAddress& aParts, uint32_t aDirection) {
     char lCanonical[UDP_MAX_ADDRESS_LENGTH + 1];
     platform::FormatAddress(platform::ParseAddress(aParts.mName.c_str()), lCanonical);
@@ -46,7 +46,7 @@ std::string WhyNotRead(const std::string& aPath, const std::string& aSystemError
     return aPath + " cannot be read" + aSystemError;
 }
 
-// Refuses what the layers would take for something else, or wait for without end.
+// Refuses what the layers would open and then use in another way than it was meant, or read without end.
 int Check(const DCPAddress& aParts, const std::string& aAddress, uint32_t aDirection, uint32_t aLocalInterface,
           std::string* apError) {
     char lInterface[UDP_MAX_ADDRESS_LENGTH + 1];

@@ -10,9 +10,9 @@ enum class Protocol : uint32_t { MDI, MCI, SDI };
 constexpr uint32_t RECEIVING = 0;
 constexpr uint32_t SENDING = 1;
 
-constexpr uint32_t TOOL_FIFO_CAPACITY = 250;  // units; bursts of 100 s
+constexpr uint32_t TOOL_FIFO_CAPACITY = 250;  // units: 100 s of a transmission
 
-// An endpoint whose stack the tool may also work itself, without a task.
+// An endpoint whose layers a tool may call on its own thread, in place of starting the endpoint's task.
 class ToolEndpoint : public DRMNetworkInterface {
 public:
     ToolEndpoint(uint32_t aDirection, uint32_t aMaxNetworkDelay) : DRMNetworkInterface(aDirection, aMaxNetworkDelay) {
@@ -20,7 +20,7 @@ public:
     }
     ~ToolEndpoint() override {
         if (ciState == STATE_OPEN) {
-            ciState = STATE_CLOSED;  // Close would report that there is no task to suspend; the layers go all the same
+            ciState = STATE_CLOSED;  // Close would trace that there is no task to suspend; members free the layers
         }
         CloseIfOpen();
     }

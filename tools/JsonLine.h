@@ -8,13 +8,14 @@
 // A JSON value in one line of ASCII, whatever bytes its texts hold.
 std::string JsonLine(const nlohmann::ordered_json& aValue);
 
-// Bytes as they may come from a network, as a JSON text that tells each of them: as the character of that code.
+// Bytes from a network as a text for JSON.  Each byte becomes the character of the same code (ISO 8859-1), so that all
+// of them can be told.
 std::string JsonText(std::string_view aBytes);
 
-// A number of so many digits behind the point, as Decimal writes it.
+// The number that Decimal writes.
 double JsonDecimal(double aValue, int aDigits);
 
-// null stands for a value that is not there.
+// The value, or null when there is none.
 template <typename Value>
 nlohmann::ordered_json JsonOptional(const std::optional<Value>& aValue) {
     return aValue ? nlohmann::ordered_json(*aValue) : nlohmann::ordered_json();

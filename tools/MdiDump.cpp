@@ -71,7 +71,7 @@ int main(int argc, char** argv) {
     Dump(lSource, lOptions.mUnits, &lCheck, &lReport);
     lReport.Summary(lCheck, lSource.AtEnd());
     if (OutputError() == EPIPE) {
-        return STATUS_FAILED;  // without a word, as other tools whose reader ends first
+        return STATUS_FAILED;  // without a message, as other tools whose reader ends before them
     }
     if (OutputError() != 0) {
         return lLine.Fail(STATUS_FAILED, "standard output cannot be written: " + SystemText(OutputError()));

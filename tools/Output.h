@@ -2,13 +2,13 @@
 
 #include <string>
 
-// What a tool does before anything else: standard output is for its data alone, and the wish to end (Interrupt.h)
-// is remembered.
+// Is called before anything else.  Standard output is for the tool's data alone from then on, signals that ask the
+// program to end are remembered (Interrupt.h), and a reader that goes away shows as an error of a write.
 void PrepareTool();
 
-// Writes a line to standard output, through to the reader.
+// Writes a line to standard output at once, without keeping it in a buffer.
 void PrintLine(const std::string& aLine);
 
-// The system's error number (errno) of the first line that could not be written; 0 when there is none.  EPIPE: the
-// reader went away.
+// The system's error number (errno) of the first line that could not be written, or 0 when all could.  EPIPE says that
+// the reader went away.
 int OutputError();

@@ -23,7 +23,7 @@ public:
 private:
     bool Check(bool aSuccess);
 
-    std::filesystem::path cTarget;     // the file itself where the path was a link to one
+    std::filesystem::path cTarget;     // never a link to a regular file, once Open has followed it
     std::filesystem::path cTemporary;  // empty when the target is written to directly
     std::FILE* cFile = nullptr;
     int cError = 0;

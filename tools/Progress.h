@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <string>
 
-// One line on standard error that is rewritten as a program goes on; nothing at all when that is no terminal.  Other
-// output goes out between Clear and the next Show, so that lines do not mix.
+// A line on standard error that shows how far a program is and is written over again and again.  When standard error is
+// no terminal nothing is written.  Clear comes before any other output, which would go on in the same line.
 class Progress {
 public:
     Progress();
@@ -12,8 +12,8 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    bool IsDue() const;                   // whether there is a line and it has stood for a while
-    void Show(const std::string& aText);  // its first 79 characters, when it is due
+    bool IsDue() const;                   // whether there is a terminal and the last Show is 200 ms ago
+    void Show(const std::string& aText);  // the first 79 characters, so that 80 columns hold them
     void Clear();
 
 private:

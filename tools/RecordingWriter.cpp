@@ -47,7 +47,7 @@ bool RecordingWriter::Cut(const Packet& aAFPacket, std::string* apError) {
     }
     const uint32_t lLast = (aAFPacket.cSize - 1) % cFormat.mFragmentSize + 1;
     if (!cFormat.mTime && RECORD_SHORT_HEADER_SIZE + PFT_HEADER_SIZE + lLast < RECORD_HEADER_SIZE) {
-        // A player looks for RECORD_HEADER_SIZE bytes, and at the end of the file there would be fewer.
+        // At the end of a file a player takes fewer than RECORD_HEADER_SIZE bytes for no record.
         *apError = "fragments of " + std::to_string(cFormat.mFragmentSize) +
                    " bytes end in a record that is too short to be found without its time";
         return false;

@@ -14,15 +14,15 @@ class RecordingWriter {
 public:
     struct Format {
         bool mPft = false;
-        uint32_t mFragmentSize = 512;  // bytes of AF packet in a PFT fragment; 1 to the room in FILE_MAX_PACKET_SIZE
-        bool mTime = true;             // records have the time item
-        uint32_t mFirstSequence = 0;   // of the AF packets and of PSeq; 16 bits
+        uint32_t mFragmentSize = 512;  // bytes of AF packet in a PFT fragment, which FILE_MAX_PACKET_SIZE limits
+        bool mTime = true;             // records have a time stamp
+        uint32_t mFirstSequence = 0;   // number of the first AF packet, and PSeq of its fragments; 16 bits
     };
 
     explicit RecordingWriter(const Format& aFormat) : cFormat(aFormat), cCRC(CRC16_POLYNOMIAL, true) {}
 
-    // Appends a frame of 400 ms.  False, with nothing appended and the reason in *apError, when a player would not take
-    // the recording any more.
+    // Appends a frame of 400 ms.  False, with the reason in *apError, when a player would refuse the recording with
+    // this frame; nothing is appended then.
     bool AddFrame(const Packet& aTagPacket, std::string* apError);
 
     const std::vector<unsigned char>& GetBytes() const { return cBytes; }

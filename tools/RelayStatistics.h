@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-// What a relay has done since its start, and how fast of late.
+// Counts what a relay has done since its start, and how fast it has been since the last line of statistics.
 class RelayStatistics {
 public:
     RelayStatistics();
@@ -15,12 +15,12 @@ public:
     uint64_t GetReceived() const { return cReceived; }
     uint64_t GetSent() const { return cSent; }
 
-    // Milliseconds since the start; to be asked once in 49 days at least, when the tick count wraps.
+    // Milliseconds since the start.  To be called at least once in 49 days, because the tick count wraps then.
     uint64_t Elapsed();
 
-    // Text, or a JSON object; the rate is that since the last Line, or since the start when aFinal is set.
+    // A line of text or of JSON.  Its rate is that since the previous Line, or since the start with aFinal.
     std::string Line(bool aJson, bool aFinal);
-    std::string Short() const;  // for people who wait
+    std::string Short() const;  // the numbers of units, for the line of progress
 
 private:
     uint64_t cReceived = 0;
@@ -29,6 +29,6 @@ private:
     uint64_t cBytes = 0;
     uint64_t cMilliseconds = 0;  // from the start to cTick
     uint32_t cTick;
-    uint64_t cTimeBefore = 0;  // at the last Line
+    uint64_t cTimeBefore = 0;  // cMilliseconds at the previous Line
     uint64_t cBytesBefore = 0;
 };

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-// What a code of a layer or endpoint (Networking/StatusCodes.h) means to the user of a tool; 0 is "no reason given".
+// What a status code of a layer or endpoint (Networking/StatusCodes.h) means to the user of a tool.
 std::string StatusText(uint32_t aCode);
 
 // What an error number of the system (errno) means.

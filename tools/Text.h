@@ -8,20 +8,20 @@
 // A whole decimal number of 32 bits and nothing else.
 bool ReadNumber(std::string_view aText, uint32_t* apNumber);
 
-// The parts of aText between aSeparators; one more than there are of these.
+// Splits a text at each aSeparator.  There is always at least one part.
 std::vector<std::string> Parts(const std::string& aText, char aSeparator);
 
-// Bytes as they may come from a network, as text for people: what is no printable ASCII character as \xHH.
+// Bytes from a network as text that is safe to show: a byte that is no printable ASCII character becomes \xHH.
 std::string Printable(std::string_view aBytes);
 
-// One line of text for a terminal: control characters as \xHH.
+// A text that is safe to write to a terminal in one line: control characters become \xHH.
 std::string WithoutControls(std::string_view aText);
 
-// Two digits a byte.
+// Bytes as hexadecimal digits, two for each byte.
 std::string Hex(std::string_view aBytes);
 
-// aValue with so many digits behind the point.
+// A number with aDigits digits behind the point.
 std::string Decimal(double aValue, int aDigits);
 
-// "1 unit", "2 units".
+// A number with its noun: "1 unit", "2 units".
 std::string Count(uint64_t aCount, const std::string& aWord);
