@@ -6,9 +6,9 @@
 class DlfcWatch {
 public:
     enum class Step {
-        NEXT,  // the first one too
-        GAP,   // units in between are lost
-        BACK,  // a little: late or repeated
+        NEXT,  // the expected counter, or the first of all
+        GAP,   // a counter further on: the units between are lost
+        BACK,  // a counter of a few units before: a late or repeated unit
         JUMP   // the numbering began anew
     };
 
@@ -19,7 +19,7 @@ public:
         cLast = aDlfc;
         if (!lFollows && lAhead > UINT32_MAX - MAX_BACK) {
             ++cBack;
-            return Step::BACK;  // the newest one still says what is expected
+            return Step::BACK;  // the expected counter stays, because the stream goes on from there
         }
         const bool lGap = !lFollows && lAhead <= MAX_GAP;
         if (lGap) {
@@ -35,7 +35,7 @@ public:
 
 private:
     static constexpr uint32_t MAX_GAP = 1500;  // units: ten minutes
-    static constexpr uint32_t MAX_BACK = 10;   // units: as many as receivers put in order
+    static constexpr uint32_t MAX_BACK = 10;   // units: as many as a receiver puts in order
 
     bool cStarted = false;
     uint32_t cExpected = 0;

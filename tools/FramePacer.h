@@ -7,12 +7,12 @@
 // The pace of one unit per 400 ms, without drift: unit n is due n frames after the first one.
 class FramePacer {
 public:
-    // Waits until the next unit is due; the first one is at once.  After a delay of more than two frames the pace
-    // begins anew: what was missed is not sent in a burst.
+    // Waits until the next unit is due; the first unit is due at once.  After a delay of more than two frames the pace
+    // begins anew, so that the units that were delayed do not go out in a burst.
     void Wait() {
         if (!cStarted) {
             cStarted = true;
-            platform::Sleep(1);  // to the beginning of a tick, where all later units go out
+            platform::Sleep(1);  // until a tick begins, because all later units go out when one begins
             cDue = platform::TickCount();
             return;
         }

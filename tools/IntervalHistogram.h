@@ -4,8 +4,8 @@
 #include <array>
 #include <cstdint>
 
-// The distribution of intervals in milliseconds, in constant memory: exact below ten seconds; longer ones count as ten
-// seconds, but for the longest.
+// The distribution of intervals in milliseconds, in constant memory.  It is exact below ten seconds; longer intervals
+// count as ten seconds, except that the longest of all is known.
 class IntervalHistogram {
 public:
     void Add(uint32_t aMilliseconds) {
@@ -14,7 +14,7 @@ public:
         cMaximum = std::max(cMaximum, aMilliseconds);
     }
 
-    // The shortest interval that is not exceeded by so many percent of all; 0 when there are none.
+    // The interval, in milliseconds, that aPercent percent of all intervals do not exceed; 0 when there are none.
     uint32_t Percentile(uint32_t aPercent) const {
         const uint64_t lRank = (cTotal * aPercent + 99) / 100;
         uint64_t lCount = 0;

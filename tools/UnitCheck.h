@@ -18,7 +18,7 @@ struct ItemView {
     std::string_view mValue;
 };
 
-// What one unit tells.
+// What a unit holds, and what is wrong with it.
 struct UnitFacts {
     uint32_t mBytes = 0;
     std::optional<uint32_t> mDlfc;
@@ -27,15 +27,16 @@ struct UnitFacts {
     Findings mFindings;
 };
 
-// Checks MDI units one after the other, as the player will and a little more: items, frame counters, the CRC of the
-// fast access channel (ETSI ES 201 980), the order of the super frame, the DRM mode.
+// Checks the MDI units of a stream one after the other: what the player checks (items, order of the super frame), and
+// frame counters, the CRC of the fast access channel (ETSI ES 201 980) and changes of the DRM mode.
 class UnitCheck {
 public:
-    // A recording is checked as the player goes through it: its first unit opens a super frame, and all that follows a
-    // break is out of order until the place of the break comes again.  A network is met anywhere, and a break is one.
+    // A recording is checked as the player goes through it: its first unit must open a super frame, and after a break
+    // in the order each unit is out of order until the one comes that was expected at the break.  A network may be
+    // joined at any frame; each break in the order is reported once.
     explicit UnitCheck(bool aRecording) : cRecording(aRecording) {}
 
-    // aUnit is new and views bytes that form a TAG packet; the facts hold as long as these.
+    // aUnit is not parsed yet and views bytes that form a TAG packet.  The facts view these bytes too.
     UnitFacts Check(MDIUnit& aUnit);
 
     const std::string& GetMode() const { return cMode; }  // of the last unit, in words; empty before
