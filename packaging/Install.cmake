@@ -8,9 +8,14 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/tessavoxConfigVersion.cmake
 install(FILES packaging/tessavoxConfig.cmake ${CMAKE_BINARY_DIR}/tessavoxConfigVersion.cmake
     DESTINATION ${lConfigDirectory} COMPONENT dev)
 
-install(TARGETS tessavox mdi-make mdi-dump dcp-relay COMPONENT programs)
-file(GLOB lManPages CONFIGURE_DEPENDS docs/*.1)
-install(FILES ${lManPages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs)
+set(lPrograms tessavox)
+if(TESSAVOX_TOOLS)
+    list(APPEND lPrograms mdi-make mdi-dump dcp-relay)
+endif()
+foreach(lProgram ${lPrograms})
+    install(TARGETS ${lProgram} COMPONENT programs)
+    install(FILES docs/${lProgram}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs)
+endforeach()
 install(FILES README.md "docs/VESTRAL Tessavox.ini" DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT programs)
 install(FILES packaging/tessavox.service DESTINATION lib/systemd/system COMPONENT programs)
 

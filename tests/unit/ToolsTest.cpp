@@ -129,7 +129,7 @@ void TakeSignals() {
     std::_Exit(2);
 }
 
-TEST(InterruptTest, ASignalCountsOnceInTwoSeconds) {
+TEST(InterruptDeathTest, ASignalCountsOnceInTwoSeconds) {
     EXPECT_EXIT(TakeSignals(), testing::KilledBySignal(SIGTERM), "");
 }
 
