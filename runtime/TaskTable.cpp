@@ -23,6 +23,7 @@ struct TaskTable {
 
 // Never destroyed: tasks use it until the process is gone.
 TaskTable& Table() {
+    const platform::StopGuard lGuard;  // a thread that is stopped while it makes the table would stop all other users
     static TaskTable* const slpTable = new TaskTable;
     return *slpTable;
 }

@@ -25,6 +25,7 @@ struct SemaphoreTable {
 
 // Never destroyed: tasks use it until the process is gone.
 SemaphoreTable& Table() {
+    const platform::StopGuard lGuard;  // a thread that is stopped while it makes the table would stop all other users
     static SemaphoreTable* const slpTable = new SemaphoreTable;
     return *slpTable;
 }

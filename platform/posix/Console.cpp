@@ -22,11 +22,14 @@ namespace platform {
 
 namespace {
 
+std::mutex& OutputMutex() {
+    const StopGuard lGuard;  // a thread that is stopped while it makes the mutex would stop all others that print
+    static std::mutex* const slpMutex = new std::mutex;  // never destroyed: tasks print while the process exits
+    return *slpMutex;
+}
+
 void WriteOut(int aHandle, const char* aText, size_t aSize) {
-    static std::mutex& sMutex = *new std::mutex;  // never destroyed: tasks print while the process exits
-    // A reader that stalls must not make a task unstoppable, so the waiting is done before the lock.
-    posix::WaitWritable(aHandle, posix::NO_WAIT_LIMIT);
-    const Lock lLock(sMutex);
+    const Lock lLock(OutputMutex());
     // A reader that went away shall show as an error of write, not end the process.
     [[maybe_unused]] static const auto sFormerAction = signal(SIGPIPE, SIG_IGN);
     while (aSize > 0) {
@@ -48,6 +51,9 @@ std::atomic<bool> sSilenced = false;
 void WriteFormatted(int aHandle, const char* aFormat, va_list aArguments) {
     if (sSilenced)
         return;
+    // A reader that stalls must not make a task unstoppable, so the wait comes before the lock.  It also comes before
+    // the text is made: a thread that is ended while it waits gives no memory back.
+    posix::WaitWritable(aHandle, posix::NO_WAIT_LIMIT);
     char lBuffer[512];
     va_list lAgain;
     va_copy(lAgain, aArguments);

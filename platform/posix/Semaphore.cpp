@@ -50,8 +50,9 @@ Semaphore::WaitResult Semaphore::Wait(uint32_t aMilliseconds) {
 }
 
 bool Semaphore::Release() {
+    const StopGuard lGuard;  // a releaser that is stopped before the notification would leave a waiter asleep
     {
-        const Lock lLock(cMutex);
+        const std::lock_guard lLock(cMutex);
         if (cCount >= cMaximumCount)
             return false;
         ++cCount;
