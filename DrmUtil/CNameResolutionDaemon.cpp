@@ -122,10 +122,9 @@ CNameResolutionDaemon::CNameResolutionDaemon() {
 }
 
 void CNameResolutionDaemon::StartThread(int aPriority) {
-    const auto lThread =
-        platform::Thread::Start([](void* aDaemon) { static_cast<CNameResolutionDaemon*>(aDaemon)->Run(); }, this);
-    if (lThread != nullptr)
-        lThread->SetPriority(static_cast<platform::ThreadPriority>(aPriority));
+    platform::Thread lThread;
+    if (lThread.Start([](void* aDaemon) { static_cast<CNameResolutionDaemon*>(aDaemon)->Run(); }, this))
+        lThread.SetPriority(static_cast<platform::ThreadPriority>(aPriority));
 }
 
 uint32_t CNameResolutionDaemon::GetAddressState(const char* aHost) {

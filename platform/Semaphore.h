@@ -6,8 +6,8 @@
 
 namespace platform {
 
-// A counting semaphore with a maximum.  Any thread.  Waiters wake in no particular order.
-// Whoever waits must keep the object alive (hold a shared_ptr) until Wait has returned or its thread has ended.
+// A counting semaphore with a maximum.  Any thread.  Waiters wake in no particular order.  The object must outlive
+// every Wait: those that return, and those of threads that are ended in there, until Thread::End has returned.
 class Semaphore {
 public:
     static constexpr uint32_t NO_TIME_LIMIT = 0xFFFFFFFF;
@@ -18,14 +18,17 @@ public:
     Semaphore& operator=(const Semaphore&) = delete;
 
     // Takes one from the count, waiting at most aMilliseconds for it (0: takes it only if it is there).  A thread that
-    // is suspended while it waits takes nothing before it is resumed (Thread.h).
+    // is suspended while it waits takes nothing before it is resumed (Thread.h).  ABANDONED: see Abandon.
     WaitResult Wait(uint32_t aMilliseconds);
 
     // Adds one; false with the count unchanged when it is at its maximum.
     bool Release();
 
-    // Ends every wait, now and later, with ABANDONED.
+    // Ends every wait that has begun, and each that begins before the next Restart, with ABANDONED.
     void Abandon();
+
+    // Makes an abandoned semaphore a new one with this count.  Waits from before stay abandoned.
+    void Restart(uint32_t aInitialCount);
 
 private:
     std::mutex cMutex;
@@ -33,6 +36,7 @@ private:
     uint32_t cCount;
     const uint32_t cMaximumCount;
     bool cAbandoned = false;
+    uint32_t cTimesAbandoned = 0;
 };
 
 }  // namespace platform

@@ -1,69 +1,54 @@
-#include "runtime/TaskTable.h"
-
 #include <algorithm>
 #include <array>
 #include <mutex>
-#include <new>
+#include <utility>
 
 #include "platform/Lock.h"
+#include "platform/Thread.h"
+#include "runtime/rtemsTask.h"
 
 namespace {
 
 struct TaskControlBlock {
-    rtems_name mName;
-    std::shared_ptr<platform::Thread> mThread;  // from the start on
-    rtems_task_entry mEntry;
-    rtems_task_argument mArgument;
+    bool mUsed = false;  // an id names it
+    rtems_name mName = 0;
+    rtems_task_entry mEntry = nullptr;  // null before the start
+    rtems_task_argument mArgument = 0;
+    platform::Thread mThread;
+
+    // The thread of a deleted task may still be on its way to its end.
+    bool IsFree() const { return !mUsed && !mThread.IsRunning(); }
 };
 
+// The records are used again and again and never destroyed: a thread that is ended while it deals with one of them
+// (suspends its task, for example) leaves nothing behind, and tasks use them until the process is gone.
 struct TaskTable {
-    std::mutex mLock;  // over the slots and the records' fields
-    std::array<std::unique_ptr<TaskControlBlock>, MAX_TASKS> mSlots;
+    std::mutex mLock;  // over the records but for their threads, which have their own
+    std::array<TaskControlBlock, MAX_TASKS> mTasks;
 };
 
-// Never destroyed: tasks use it until the process is gone.
 TaskTable& Table() {
     const platform::StopGuard lGuard;  // a thread that is stopped while it makes the table would stop all other users
     static TaskTable* const slpTable = new TaskTable;
     return *slpTable;
 }
 
-// The slot of a task, or null; with the table's lock held.
-std::unique_ptr<TaskControlBlock>* FindSlot(rtems_id aId) {
-    auto& lSlots = Table().mSlots;
+// The record of a task, or null.
+TaskControlBlock* FindTask(rtems_id aId) {
+    const platform::Lock lLock(Table().mLock);
+    auto& lTasks = Table().mTasks;
     if (aId < MAX_TASKS)
-        return lSlots[aId] != nullptr ? &lSlots[aId] : nullptr;
+        return lTasks[aId].mUsed ? &lTasks[aId] : nullptr;
     if (aId != TASK_ID_SELF)
         return nullptr;
-    const auto lFound = std::find_if(lSlots.begin(), lSlots.end(), [](const auto& aSlot) {
-        return aSlot != nullptr && aSlot->mThread != nullptr && aSlot->mThread->IsCurrent();
-    });
-    return lFound != lSlots.end() ? &*lFound : nullptr;
+    const auto lFound = std::find_if(lTasks.begin(), lTasks.end(),
+                                     [](const auto& aTask) { return aTask.mUsed && aTask.mThread.IsCurrent(); });
+    return lFound != lTasks.end() ? &*lFound : nullptr;
 }
 
-// Whether the id names a task; its thread, null before the start, goes to *apThread.
-bool FindThread(rtems_id aId, std::shared_ptr<platform::Thread>* apThread) {
-    const platform::Lock lLock(Table().mLock);
-    const auto* const lpSlot = FindSlot(aId);
-    if (lpSlot == nullptr)
-        return false;
-    *apThread = (*lpSlot)->mThread;
-    return true;
-}
-
-bool IsTask(rtems_id aId) {
-    const platform::Lock lLock(Table().mLock);
-    return FindSlot(aId) != nullptr;
-}
-
-struct EntryCall {
-    rtems_task_entry mEntry;
-    rtems_task_argument mArgument;
-};
-
-void RunEntry(void* apCall) {
-    const EntryCall lCall = *std::unique_ptr<EntryCall>(static_cast<EntryCall*>(apCall));
-    lCall.mEntry(lCall.mArgument);
+void RunEntry(void* apTask) {
+    const auto* const lpTask = static_cast<const TaskControlBlock*>(apTask);
+    lpTask->mEntry(lpTask->mArgument);
 }
 
 platform::ThreadPriority LevelOfPriority(rtems_task_priority aPriority) {
@@ -85,16 +70,15 @@ platform::ThreadPriority LevelOfPriority(rtems_task_priority aPriority) {
 
 rtems_status_code rtems_task_create(rtems_name aName, rtems_task_priority /*aInitialPriority*/, uint32_t /*aStackSize*/,
                                     rtems_mode /*aMode*/, rtems_attribute /*aAttributes*/, rtems_id* apId) {
-    std::unique_ptr<TaskControlBlock> lTask(new (std::nothrow) TaskControlBlock{aName, nullptr, nullptr, 0});
-    if (lTask == nullptr)
-        return RTEMS_TOO_MANY;
     const platform::Lock lLock(Table().mLock);
-    auto& lSlots = Table().mSlots;
-    const auto lFree = std::find(lSlots.begin(), lSlots.end(), nullptr);
-    if (lFree == lSlots.end())
+    auto& lTasks = Table().mTasks;
+    const auto lFree = std::find_if(lTasks.begin(), lTasks.end(), [](const auto& aTask) { return aTask.IsFree(); });
+    if (lFree == lTasks.end())
         return RTEMS_UNSATISFIED;
-    *lFree = std::move(lTask);
-    *apId = static_cast<rtems_id>(lFree - lSlots.begin());
+    lFree->mUsed = true;
+    lFree->mName = aName;
+    lFree->mEntry = nullptr;
+    *apId = static_cast<rtems_id>(lFree - lTasks.begin());
     return RTEMS_SUCCESSFUL;
 }
 
@@ -104,31 +88,30 @@ rtems_status_code rtems_task_ident(rtems_name aName, uint32_t /*aNode*/, rtems_i
         return RTEMS_SUCCESSFUL;
     }
     const platform::Lock lLock(Table().mLock);
-    const auto& lSlots = Table().mSlots;
-    const auto lFound = std::find_if(lSlots.begin(), lSlots.end(),
-                                     [aName](const auto& aSlot) { return aSlot != nullptr && aSlot->mName == aName; });
-    if (lFound == lSlots.end())
+    const auto& lTasks = Table().mTasks;
+    const auto lFound = std::find_if(lTasks.begin(), lTasks.end(),
+                                     [aName](const auto& aTask) { return aTask.mUsed && aTask.mName == aName; });
+    if (lFound == lTasks.end())
         return RTEMS_INVALID_NAME;
-    *apId = static_cast<rtems_id>(lFound - lSlots.begin());
+    *apId = static_cast<rtems_id>(lFound - lTasks.begin());
     return RTEMS_SUCCESSFUL;
 }
 
 rtems_status_code rtems_task_start(rtems_id aId, rtems_task_entry aEntry, rtems_task_argument aArgument) {
     if (aEntry == nullptr)
         return RTEMS_INVALID_ADDRESS;
-    // Held until the record knows its thread, so that the thread can find its own task from its first instruction on.
     const platform::Lock lLock(Table().mLock);
-    if (aId >= MAX_TASKS || Table().mSlots[aId] == nullptr)
+    if (aId >= MAX_TASKS || !Table().mTasks[aId].mUsed)
         return RTEMS_INVALID_ID;
-    TaskControlBlock& lTask = *Table().mSlots[aId];
-    if (lTask.mThread != nullptr)
+    TaskControlBlock& lTask = Table().mTasks[aId];
+    if (lTask.mEntry != nullptr)
         return RTEMS_INCORRECT_STATE;
-    auto lCall = std::make_unique<EntryCall>(EntryCall{aEntry, aArgument});
-    lTask.mThread = platform::Thread::Start(RunEntry, lCall.get());
-    if (lTask.mThread == nullptr)
-        return RTEMS_INCORRECT_STATE;
-    static_cast<void>(lCall.release());  // the thread's now
-    return RTEMS_SUCCESSFUL;
+    lTask.mEntry = aEntry;
+    lTask.mArgument = aArgument;
+    if (lTask.mThread.Start(RunEntry, &lTask))
+        return RTEMS_SUCCESSFUL;
+    lTask.mEntry = nullptr;
+    return RTEMS_INCORRECT_STATE;
 }
 
 rtems_status_code rtems_task_restart(rtems_id, rtems_task_argument) {
@@ -136,64 +119,49 @@ rtems_status_code rtems_task_restart(rtems_id, rtems_task_argument) {
 }
 
 rtems_status_code rtems_task_delete(rtems_id aId) {
-    return DeleteTask(aId, true);
-}
-
-rtems_status_code DeleteTask(rtems_id aId, bool aUnwind) {
-    std::unique_ptr<TaskControlBlock> lTask;
+    auto* const lpTask = FindTask(aId);
+    if (lpTask == nullptr)
+        return RTEMS_INVALID_ID;
     {
         const platform::Lock lLock(Table().mLock);
-        auto* const lpSlot = FindSlot(aId);
-        if (lpSlot == nullptr)
-            return RTEMS_INVALID_ID;
-        lTask.swap(*lpSlot);
+        if (!std::exchange(lpTask->mUsed, false))
+            return RTEMS_INVALID_ID;  // another thread was faster
     }
-    if (lTask->mThread == nullptr)
-        return RTEMS_SUCCESSFUL;
-    if (!lTask->mThread->IsCurrent()) {
-        lTask->mThread->End();
-        return RTEMS_SUCCESSFUL;
-    }
-    lTask.reset();
-    if (aUnwind)
-        platform::Thread::EndCurrent();
-    platform::Thread::EndCurrentWithoutUnwinding();
+    lpTask->mThread.End();
+    return RTEMS_SUCCESSFUL;
 }
 
 rtems_status_code rtems_task_suspend(rtems_id aId) {
-    std::shared_ptr<platform::Thread> lThread;
+    auto* const lpTask = FindTask(aId);
     uint32_t lOldCount = 0;
-    if (!FindThread(aId, &lThread) || lThread == nullptr || !lThread->Suspend(&lOldCount))
+    if (lpTask == nullptr || !lpTask->mThread.Suspend(&lOldCount))
         return RTEMS_INTERNAL_ERROR;
     return lOldCount > 0 ? RTEMS_ALREADY_SUSPENDED : RTEMS_SUCCESSFUL;
 }
 
 rtems_status_code rtems_task_resume(rtems_id aId) {
-    std::shared_ptr<platform::Thread> lThread;
-    if (!FindThread(aId, &lThread))
+    auto* const lpTask = FindTask(aId);
+    if (lpTask == nullptr)
         return RTEMS_INVALID_ID;
     uint32_t lOldCount = 0;
-    if (lThread == nullptr || !lThread->Resume(&lOldCount) || lOldCount == 0)
-        return RTEMS_INCORRECT_STATE;
-    return RTEMS_SUCCESSFUL;
+    return lpTask->mThread.Resume(&lOldCount) && lOldCount > 0 ? RTEMS_SUCCESSFUL : RTEMS_INCORRECT_STATE;
 }
 
 rtems_status_code rtems_task_set_priority(rtems_id aId, rtems_task_priority aNewPriority,
                                           rtems_task_priority* apOldPriority) {
-    std::shared_ptr<platform::Thread> lThread;
-    if (!FindThread(aId, &lThread))
+    auto* const lpTask = FindTask(aId);
+    if (lpTask == nullptr)
         return RTEMS_INVALID_ID;
-    *apOldPriority =
-        static_cast<rtems_task_priority>(lThread != nullptr ? lThread->GetPriority() : platform::PRIORITY_NORMAL);
-    if (aNewPriority != RTEMS_CURRENT_PRIORITY && lThread != nullptr)
-        lThread->SetPriority(LevelOfPriority(aNewPriority));
+    *apOldPriority = static_cast<rtems_task_priority>(lpTask->mThread.GetPriority());
+    if (aNewPriority != RTEMS_CURRENT_PRIORITY)
+        lpTask->mThread.SetPriority(LevelOfPriority(aNewPriority));
     return RTEMS_SUCCESSFUL;
 }
 
 rtems_status_code rtems_task_get_note(rtems_id aId, uint32_t aNotepad, uint32_t* apNote) {
     if (aNotepad > RTEMS_NOTEPAD_LAST)
         return RTEMS_INVALID_NUMBER;
-    if (!IsTask(aId))
+    if (FindTask(aId) == nullptr)
         return RTEMS_INVALID_ID;
     *apNote = 0;
     return RTEMS_SUCCESSFUL;
@@ -202,5 +170,5 @@ rtems_status_code rtems_task_get_note(rtems_id aId, uint32_t aNotepad, uint32_t*
 rtems_status_code rtems_task_set_note(rtems_id aId, uint32_t aNotepad, uint32_t /*aNote*/) {
     if (aNotepad > RTEMS_NOTEPAD_LAST)
         return RTEMS_INVALID_NUMBER;
-    return IsTask(aId) ? RTEMS_INTERNAL_ERROR : RTEMS_INVALID_ID;
+    return FindTask(aId) != nullptr ? RTEMS_INTERNAL_ERROR : RTEMS_INVALID_ID;
 }

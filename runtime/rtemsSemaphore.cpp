@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
-#include <memory>
 #include <mutex>
 
 #include "platform/Lock.h"
@@ -13,17 +13,18 @@
 namespace {
 
 struct SemaphoreRecord {
+    std::atomic<bool> mUsed = false;  // an id names it
     rtems_name mName = 0;
-    rtems_attribute mAttributes = 0;
-    std::shared_ptr<platform::Semaphore> mSemaphore;  // null: the record is free
+    platform::Semaphore mSemaphore{0, SEMAPHORE_MAX_COUNT};  // abandoned while no id names it, after the first use
 };
 
+// The records are used again and again and never destroyed: a thread may wait for a semaphore while it is deleted, or
+// be ended in that wait, and tasks use the table until the process is gone.
 struct SemaphoreTable {
-    std::mutex mLock;
+    std::mutex mLock;  // over what creates, finds by name and deletes
     std::array<SemaphoreRecord, MAX_SEMAPHORES> mRecords;
 };
 
-// Never destroyed: tasks use it until the process is gone.
 SemaphoreTable& Table() {
     const platform::StopGuard lGuard;  // a thread that is stopped while it makes the table would stop all other users
     static SemaphoreTable* const slpTable = new SemaphoreTable;
@@ -31,11 +32,6 @@ SemaphoreTable& Table() {
 }
 
 constexpr rtems_attribute ANY_BINARY = RTEMS_BINARY_SEMAPHORE | RTEMS_SIMPLE_BINARY_SEMAPHORE;
-
-std::shared_ptr<platform::Semaphore> FindSemaphore(rtems_id aId) {
-    const platform::Lock lLock(Table().mLock);
-    return Table().mRecords[aId].mSemaphore;
-}
 
 }  // namespace
 
@@ -50,15 +46,15 @@ rtems_status_code rtems_semaphore_create(rtems_name aName, uint32_t aInitialCoun
     if (lBinary && aInitialCount > 1)
         return RTEMS_INVALID_NUMBER;
 
-    auto lSemaphore = std::make_shared<platform::Semaphore>(lBinary ? 1 : std::min(aInitialCount, SEMAPHORE_MAX_COUNT),
-                                                            SEMAPHORE_MAX_COUNT);
     const platform::Lock lLock(Table().mLock);
     auto& lRecords = Table().mRecords;
-    const auto lFree = std::find_if(lRecords.begin(), lRecords.end(),
-                                    [](const SemaphoreRecord& aRecord) { return aRecord.mSemaphore == nullptr; });
+    const auto lFree =
+        std::find_if(lRecords.begin(), lRecords.end(), [](const auto& aRecord) { return !aRecord.mUsed; });
     if (lFree == lRecords.end())
         return RTEMS_TOO_MANY;
-    *lFree = {aName, aAttributes, std::move(lSemaphore)};
+    lFree->mName = aName;
+    lFree->mSemaphore.Restart(lBinary ? 1 : std::min(aInitialCount, SEMAPHORE_MAX_COUNT));
+    lFree->mUsed = true;
     *apId = static_cast<rtems_id>(lFree - lRecords.begin());
     return RTEMS_SUCCESSFUL;
 }
@@ -66,9 +62,8 @@ rtems_status_code rtems_semaphore_create(rtems_name aName, uint32_t aInitialCoun
 rtems_status_code rtems_semaphore_ident(rtems_name aName, uint32_t /*aNode*/, rtems_id* apId) {
     const platform::Lock lLock(Table().mLock);
     const auto& lRecords = Table().mRecords;
-    const auto lFound = std::find_if(lRecords.begin(), lRecords.end(), [aName](const SemaphoreRecord& aRecord) {
-        return aRecord.mSemaphore != nullptr && aRecord.mName == aName;
-    });
+    const auto lFound = std::find_if(lRecords.begin(), lRecords.end(),
+                                     [aName](const auto& aRecord) { return aRecord.mUsed && aRecord.mName == aName; });
     if (lFound == lRecords.end())
         return RTEMS_INVALID_NAME;
     *apId = static_cast<rtems_id>(lFound - lRecords.begin());
@@ -78,23 +73,20 @@ rtems_status_code rtems_semaphore_ident(rtems_name aName, uint32_t /*aNode*/, rt
 rtems_status_code rtems_semaphore_delete(rtems_id aId) {
     if (aId >= MAX_SEMAPHORES)
         return RTEMS_INVALID_ID;
-    std::shared_ptr<platform::Semaphore> lSemaphore;
-    {
-        const platform::Lock lLock(Table().mLock);
-        lSemaphore.swap(Table().mRecords[aId].mSemaphore);
-    }
-    if (lSemaphore != nullptr)
-        lSemaphore->Abandon();
+    const platform::Lock lLock(Table().mLock);
+    SemaphoreRecord& lRecord = Table().mRecords[aId];
+    if (lRecord.mUsed.exchange(false))
+        lRecord.mSemaphore.Abandon();
     return RTEMS_SUCCESSFUL;
 }
 
 rtems_status_code rtems_semaphore_obtain(rtems_id aId, rtems_option /*aOption*/, rtems_interval aTimeOut) {
     if (aId >= MAX_SEMAPHORES)
         return RTEMS_INVALID_ID;
-    const auto lSemaphore = FindSemaphore(aId);  // its own share: it may be deleted during the wait
-    if (lSemaphore == nullptr)
+    SemaphoreRecord& lRecord = Table().mRecords[aId];
+    if (!lRecord.mUsed)
         return RTEMS_INTERNAL_ERROR;
-    switch (lSemaphore->Wait(aTimeOut == RTEMS_NO_TIMEOUT ? platform::Semaphore::NO_TIME_LIMIT : aTimeOut)) {
+    switch (lRecord.mSemaphore.Wait(aTimeOut == RTEMS_NO_TIMEOUT ? platform::Semaphore::NO_TIME_LIMIT : aTimeOut)) {
         case platform::Semaphore::WaitResult::TAKEN:
             return RTEMS_SUCCESSFUL;
         case platform::Semaphore::WaitResult::TIMED_OUT:
@@ -108,8 +100,9 @@ rtems_status_code rtems_semaphore_obtain(rtems_id aId, rtems_option /*aOption*/,
 rtems_status_code rtems_semaphore_release(rtems_id aId) {
     if (aId >= MAX_SEMAPHORES)
         return RTEMS_INVALID_ID;
-    if (const auto lSemaphore = FindSemaphore(aId); lSemaphore != nullptr)
-        lSemaphore->Release();
+    SemaphoreRecord& lRecord = Table().mRecords[aId];
+    if (lRecord.mUsed)
+        lRecord.mSemaphore.Release();
     return RTEMS_SUCCESSFUL;
 }
 

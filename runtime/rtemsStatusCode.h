@@ -17,7 +17,7 @@ enum : rtems_status_code {
     RTEMS_SUCCESSFUL = 0,
     RTEMS_INVALID_NAME = 3,            // a semaphore with name 0; ident finds nothing of that name
     RTEMS_INVALID_ID = 4,              // the id names no task or no semaphore record
-    RTEMS_TOO_MANY = 5,                // no memory for a task; the semaphore table is full
+    RTEMS_TOO_MANY = 5,                // the semaphore table is full
     RTEMS_TIMEOUT = 6,                 // obtain timed out
     RTEMS_OBJECT_WAS_DELETED = 7,      // the semaphore was deleted while waited for
     RTEMS_INVALID_ADDRESS = 9,         // start without an entry routine

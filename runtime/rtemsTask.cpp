@@ -2,8 +2,6 @@
 
 #include <cstring>
 
-#include "runtime/TaskTable.h"
-
 rtemsTask::rtemsTask(const char* apName, rtems_task_priority aInitialPriority, uint32_t aStackSize,
                      rtems_mode aPreemptionMode, rtems_mode aTimeSlicingMode, rtems_mode aASRMode,
                      rtems_mode aInterruptLevel, rtems_attribute aFloatingPoint, rtems_attribute aScope) {
@@ -31,9 +29,7 @@ rtemsTask& rtemsTask::operator=(const rtemsTask& aOther) {
 }
 
 rtemsTask::~rtemsTask() {
-    const platform::StopGuard lGuard;  // the waiting inside must not unwind a destructor
-    if (owner)
-        DeleteTask(id, false);
+    rtemsTask::destroy();
 }
 
 rtems_status_code rtemsTask::create(const char* apName, rtems_task_priority aInitialPriority, uint32_t aStackSize,
@@ -56,7 +52,7 @@ rtems_status_code rtemsTask::create(const char* apName, rtems_task_priority aIni
 rtems_status_code rtemsTask::destroy() {
     if (!owner)
         return Record(RTEMS_NOT_OWNER_OF_RESOURCE);
-    const rtems_status_code lStatus = DeleteTask(id, false);
+    const rtems_status_code lStatus = rtems_task_delete(id);
     Reset();
     return Record(lStatus);
 }

@@ -23,7 +23,7 @@ constexpr uint32_t MAX_TASKS = 50;     // ids are 0 to 49
 constexpr rtems_id TASK_ID_SELF = 50;  // the task of the calling thread
 constexpr uint32_t RTEMS_NOTEPAD_LAST = 15;
 
-// 0 with the lowest free id in *apId; 13 when the table is full; 5 without memory.  The task has no thread before its
+// 0 with the lowest free id in *apId; 13 when the table is full.  The task has no thread before its
 // start, so priority, stack size, mode and attributes are accepted and not applied.
 rtems_status_code rtems_task_create(rtems_name aName, rtems_task_priority aInitialPriority, uint32_t aStackSize,
                                     rtems_mode aMode, rtems_attribute aAttributes, rtems_id* apId);
@@ -39,7 +39,7 @@ rtems_status_code rtems_task_start(rtems_id aId, rtems_task_entry aEntry, rtems_
 rtems_status_code rtems_task_restart(rtems_id aId, rtems_task_argument aArgument);
 
 // Removes the task and ends its thread where it stands (platform/Thread.h says how).  0 or 4.  Does not return when the
-// thread is the caller's: its stack is unwound.
+// thread is the caller's.
 rtems_status_code rtems_task_delete(rtems_id aId);
 
 // Counted: the thread runs only while every suspend has its resume.  When suspend returns the thread does no further
@@ -81,8 +81,7 @@ public:
                                      rtems_mode aPreemptionMode, rtems_mode aTimeSlicingMode, rtems_mode aASRMode,
                                      rtems_mode aInterruptLevel, rtems_attribute aFloatingPoint,
                                      rtems_attribute aScope);
-    // Codes of rtems_task_delete, or 23 when the object is no owner.  On the task's own thread it does not return:
-    // since it may run inside a destructor, which cannot be left by unwinding, the thread is cut off.
+    // Codes of rtems_task_delete, or 23 when the object is no owner.  On the task's own thread it does not return.
     virtual rtems_status_code destroy();
     virtual rtems_status_code ident(const char* apName, uint32_t aNode);  // 0, 3, or 13 for an owner
     virtual rtems_status_code start(uint32_t aArgument);                  // of rtems_task_start, or 23

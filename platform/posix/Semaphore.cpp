@@ -17,13 +17,14 @@ Semaphore::WaitResult Semaphore::Wait(uint32_t aMilliseconds) {
     {
         StopGuard lGuard;
         std::unique_lock lLock(cMutex);
+        const uint32_t lTimesAbandoned = cTimesAbandoned;
         for (bool lInTime = true;;) {
             if (lCall.IsStopWanted()) {
                 // Takes nothing now.  What woke it up has woken all others too.
                 lLock.unlock();
                 lCall.Pause();
                 lLock.lock();
-            } else if (cAbandoned) {
+            } else if (cAbandoned || cTimesAbandoned != lTimesAbandoned) {
                 lResult = WaitResult::ABANDONED;
                 break;
             } else if (cCount > 0) {
@@ -39,13 +40,7 @@ Semaphore::WaitResult Semaphore::Wait(uint32_t aMilliseconds) {
             }
         }
     }
-    try {
-        lCall.Leave();
-    } catch (const ThreadEnd&) {
-        if (lResult == WaitResult::TAKEN)
-            Release();  // nobody is left to give it back
-        throw;
-    }
+    lCall.Leave();
     return lResult;
 }
 
@@ -64,7 +59,14 @@ bool Semaphore::Release() {
 void Semaphore::Abandon() {
     const Lock lLock(cMutex);
     cAbandoned = true;
+    ++cTimesAbandoned;
     cChanged.notify_all();
+}
+
+void Semaphore::Restart(uint32_t aInitialCount) {
+    const Lock lLock(cMutex);
+    cAbandoned = false;
+    cCount = aInitialCount;
 }
 
 }  // namespace platform

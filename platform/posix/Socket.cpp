@@ -170,7 +170,7 @@ UdpSocket::ReceiveResult UdpSocket::Receive(unsigned char* aBuffer, size_t aCapa
     }
     const auto lDeadline = SteadyClock::now() + std::chrono::milliseconds(cReceiveTimeout);
     for (;;) {
-        // An ended thread unwinds from the wait.  What follows never blocks.
+        // A thread that is ended does not return from the wait.  What follows never blocks.
         if (!posix::WaitReadable(cHandle, cReceiveTimeout == 0 ? -1 : RemainingMilliseconds(lDeadline)))
             return ReceiveResult::TIMED_OUT;
         iovec lPart = {aBuffer, aCapacity};

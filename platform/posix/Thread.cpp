@@ -2,9 +2,7 @@
 
 #include <unistd.h>
 
-#include <cstdlib>
-#include <utility>
-
+#include "platform/Lock.h"
 #include "platform/posix/ThreadState.h"
 
 namespace platform {
@@ -13,54 +11,65 @@ uint32_t ProcessId() {
     return static_cast<uint32_t>(getpid());
 }
 
-Thread::Thread(std::shared_ptr<ThreadState> aState) : cState(std::move(aState)) {}
-
-std::unique_ptr<Thread> Thread::Start(void (*aEntry)(void*), void* aArgument) {
-    auto lState = ThreadState::Start(aEntry, aArgument);
-    if (lState == nullptr)
-        return nullptr;
-    return std::unique_ptr<Thread>(new Thread(std::move(lState)));
+std::shared_ptr<ThreadState> Thread::GetState() const {
+    const Lock lLock(cMutex);
+    return cState;
 }
 
-uint32_t Thread::GetId() const {
-    return cState->GetId();
+bool Thread::Start(void (*aEntry)(void*), void* aArgument) {
+    const Lock lLock(cMutex);
+    if (cState != nullptr && cState->IsRunning())
+        return false;
+    cState = ThreadState::Start(aEntry, aArgument);
+    return cState != nullptr;
+}
+
+bool Thread::IsRunning() const {
+    const StopGuard lGuard;
+    const auto lState = GetState();
+    return lState != nullptr && lState->IsRunning();
 }
 
 bool Thread::IsCurrent() const {
-    return cState.get() == ThreadState::Current();
+    const Lock lLock(cMutex);
+    return cState != nullptr && cState.get() == ThreadState::Current();
 }
 
 bool Thread::Suspend(uint32_t* aOldCount) {
-    const auto lState = cState;
-    return lState->Suspend(aOldCount);
+    // The caller holds its share of the state inside the bracket only: there it is not cut off itself.
+    StoppableCall lCall(nullptr, nullptr);
+    auto lState = GetState();
+    const bool lSuspended = lState != nullptr && lState->Suspend(aOldCount);
+    lState = nullptr;
+    lCall.Leave();
+    return lSuspended;
 }
 
 bool Thread::Resume(uint32_t* aOldCount) {
-    return cState->Resume(aOldCount);
+    const StopGuard lGuard;
+    const auto lState = GetState();
+    return lState != nullptr && lState->Resume(aOldCount);
 }
 
 void Thread::End() {
-    cState->End();
-}
-
-void Thread::EndCurrent() {
-    if (ThreadState::Current() == nullptr)
-        std::abort();
-    ThreadState::Current()->Unwind();
-}
-
-void Thread::EndCurrentWithoutUnwinding() {
-    if (ThreadState::Current() == nullptr)
-        std::abort();
-    ThreadState::Current()->CutOff();
+    if (IsCurrent())
+        ThreadState::Current()->CutOff();
+    StoppableCall lCall(nullptr, nullptr);
+    if (const auto lState = GetState(); lState != nullptr)
+        lState->End();
+    lCall.Leave();
 }
 
 ThreadPriority Thread::GetPriority() const {
-    return cState->GetPriority();
+    const StopGuard lGuard;
+    const auto lState = GetState();
+    return lState != nullptr && lState->IsRunning() ? lState->GetPriority() : PRIORITY_NORMAL;
 }
 
 bool Thread::SetPriority(ThreadPriority aPriority) {
-    return cState->SetPriority(aPriority);
+    const StopGuard lGuard;
+    const auto lState = GetState();
+    return lState != nullptr && lState->SetPriority(aPriority);
 }
 
 StopGuard::StopGuard() {

@@ -1,7 +1,6 @@
 #include "platform/posix/ThreadState.h"
 
 #include <errno.h>
-#include <signal.h>
 #include <sys/eventfd.h>
 #include <sys/resource.h>
 #include <sys/syscall.h>
@@ -9,49 +8,27 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
 
 namespace platform {
 namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds GRACE_CHECK(2);     // between two looks at the grace
-constexpr milliseconds GRACE_LIMIT(1000);  // for a thread that gets no processor
-constexpr milliseconds SIGNAL_PERIOD(1);   // between two stop signals to a thread that is busy under a guard
-constexpr milliseconds STOP_LIMIT(2000);   // then it is taken as not stoppable
-constexpr int END_ATTEMPTS = 5;
-constexpr milliseconds FINISH_LIMIT(1000);  // for a thread that is ended to unwind
+constexpr milliseconds GRACE_CHECK(2);                   // between two looks at the grace
+constexpr milliseconds GRACE_LIMIT(1000);                // for a thread that gets no processor
+constexpr std::chrono::microseconds SIGNAL_PERIOD(100);  // between two stop signals to a thread that cannot stop yet
+constexpr milliseconds SUSPEND_LIMIT(3000);              // then the thread is taken as not stoppable
+constexpr milliseconds END_LIMIT(10000);
 
 int StopSignal() {
     return SIGRTMIN;
 }
 
-// Linux keeps a nice value for each thread; the levels count from the process's own.
-int NiceOfPriority(ThreadPriority aPriority) {
-    switch (aPriority) {
-        case PRIORITY_IDLE:
-            return 19;
-        case PRIORITY_LOWEST:
-            return 10;
-        case PRIORITY_BELOW_NORMAL:
-            return 5;
-        case PRIORITY_NORMAL:
-            return 0;
-        case PRIORITY_ABOVE_NORMAL:
-            return -5;
-        case PRIORITY_HIGHEST:
-            return -10;
-        case PRIORITY_TIME_CRITICAL:
-            return -20;
-    }
-    return 0;
-}
-
+// Linux keeps a nice value for each thread; the levels count from the process's own, in steps of 5.
 bool SetNice(uint32_t aThreadId, ThreadPriority aPriority) {
     const int lOfProcess = getpriority(PRIO_PROCESS, static_cast<id_t>(getpid()));
-    return setpriority(PRIO_PROCESS, aThreadId, std::clamp(lOfProcess + NiceOfPriority(aPriority), -20, 19)) == 0;
+    const int lOfLevel = std::clamp(-5 * aPriority, -20, 19);
+    return setpriority(PRIO_PROCESS, aThreadId, std::clamp(lOfProcess + lOfLevel, -20, 19)) == 0;
 }
 
 // A creator may have the signal blocked, and threads inherit that.
@@ -139,11 +116,8 @@ void* ThreadState::Run(void* aState) {
 // to jump to.
 void ThreadState::RunEntry() {
     if (sigsetjmp(cBase, 1) == 0) {
-        try {
-            LowerGuard();
-            cEntry(cArgument);
-        } catch (const ThreadEnd&) {
-        }
+        LowerGuard();
+        cEntry(cArgument);
     }
     RaiseGuard();
 }
@@ -162,23 +136,27 @@ void ThreadState::LowerGuard() {
 }
 
 void ThreadState::OnStopSignal(int) {
+    ThreadState* const lpState = sCurrent;
+    if (lpState == nullptr)
+        return;
     const int lErrno = errno;
-    if (sCurrent != nullptr && sCurrent->IsGuarded())
-        sCurrent->cStopMissed = true;  // the guard's end makes good for it
-    else if (sCurrent != nullptr)
-        sCurrent->StopHere();
+    if (lpState->IsGuarded())
+        lpState->cStopMissed = true;  // the guard's end makes good for it
+    else
+        lpState->StopHere();
     errno = lErrno;
 }
 
 // In the signal's handler or at the end of a guard.
 void ThreadState::StopHere() {
+    cSignalSent = false;
     while (cStopWanted && cStage == RUNNING && !IsGuarded()) {
         cStage = STOPPED;
         while (cStopWanted && !cEnding)
             ClearWake();
         if (cEnding)
-            siglongjmp(cBase, 1);
-        cStage = RUNNING;  // then asked again: a new wish may have taken the stage for a stop
+            CutOff();
+        cStage = RUNNING;  // check again: another Suspend may have seen STOPPED and counted on it
     }
 }
 
@@ -197,9 +175,8 @@ void ThreadState::Park(std::unique_lock<std::mutex>& aLock) {
     if (cEnding) {
         cWaitMutex = nullptr;
         cWaitCondition = nullptr;
-        cUnwinding = true;
-        aLock.unlock();  // throwing allocates
-        throw ThreadEnd();
+        aLock.unlock();
+        CutOff();
     }
 }
 
@@ -228,28 +205,29 @@ void ThreadState::LeaveCall() {
     cStage = RUNNING;
 }
 
-// Waits until the thread is no longer running, or nobody wants it to stop any more.  False when it cannot be stopped.
-bool ThreadState::WaitUntilStopped() {
-    StoppableCall lCall(nullptr, nullptr);
-    bool lStopped = false;
-    {
-        StopGuard lGuard;
-        std::unique_lock lLock(cMutex);
-        const auto lIsStopped = [this] { return cStage != RUNNING || !cStopWanted; };
-        const auto lStart = std::chrono::steady_clock::now();
-        const auto lProcessorStart = cStage != FINISHED ? ProcessorTime(cHandle) : std::chrono::nanoseconds(0);
-        do {
-            lStopped = cChanged.wait_for(lLock, GRACE_CHECK, lIsStopped);
-        } while (!lStopped && ProcessorTime(cHandle) - lProcessorStart < milliseconds(GRACE_MILLISECONDS) &&
-                 std::chrono::steady_clock::now() - lStart < GRACE_LIMIT);
-        const auto lLimit = std::chrono::steady_clock::now() + STOP_LIMIT;
-        while (!lStopped && std::chrono::steady_clock::now() < lLimit) {
+// Waits until the thread stands still: until it is at a call or stopped, or has finished when it is to end, or until
+// nobody wants it to stop any more.  False when the limit has passed, or when the calling thread is to end itself and
+// the other one comes to its end without more help: two threads that end each other must not wait for each other.
+bool ThreadState::WaitUntilStill(milliseconds aLimit) {
+    const ThreadState* const lpCaller = sCurrent != nullptr && !sCurrent->IsGuarded() ? sCurrent : nullptr;
+    const auto lIsStill = [this] { return cStage == FINISHED || !cStopWanted || (cStage != RUNNING && !cEnding); };
+    StopGuard lGuard;
+    std::unique_lock lLock(cMutex);
+    if (lIsStill())
+        return true;
+    const auto lStart = std::chrono::steady_clock::now();
+    const auto lProcessorStart = ProcessorTime(cHandle);
+    std::chrono::microseconds lPeriod = GRACE_CHECK;
+    while (!cChanged.wait_for(lLock, lPeriod, lIsStill)) {
+        const auto lElapsed = std::chrono::steady_clock::now() - lStart;
+        if (lElapsed >= aLimit || (cStage != RUNNING && lpCaller != nullptr && lpCaller->cEnding))
+            return false;
+        if (lElapsed >= GRACE_LIMIT || ProcessorTime(cHandle) - lProcessorStart >= milliseconds(GRACE_MILLISECONDS))
+            lPeriod = SIGNAL_PERIOD;
+        if (lPeriod == SIGNAL_PERIOD && cStage == RUNNING && !cSignalSent.exchange(true))
             pthread_kill(cHandle, StopSignal());
-            lStopped = cChanged.wait_for(lLock, SIGNAL_PERIOD, lIsStopped);
-        }
     }
-    lCall.Leave();
-    return lStopped;
+    return true;
 }
 
 bool ThreadState::Suspend(uint32_t* aOldCount) {
@@ -262,11 +240,10 @@ bool ThreadState::Suspend(uint32_t* aOldCount) {
         cStopWanted = true;
     }
     if (this == sCurrent) {
-        EnterCall(nullptr, nullptr);
-        LeaveCall();
+        cStopMissed = true;  // it stops at the end of its bracket or guard
         return true;
     }
-    if (WaitUntilStopped())
+    if (WaitUntilStill(SUSPEND_LIMIT))
         return cStage != FINISHED;
     uint32_t lOldCount = 0;
     Resume(&lOldCount);
@@ -305,22 +282,7 @@ void ThreadState::End() {
             cWaitCondition->notify_all();
         }
     }
-    for (int lAttempt = 0; lAttempt < END_ATTEMPTS && !WaitUntilStopped(); ++lAttempt) {
-    }
-    // Bounded: its destructors may wait for a lock of the caller.
-    StopGuard lGuard;
-    std::unique_lock lLock(cMutex);
-    cChanged.wait_for(lLock, FINISH_LIMIT, [this] { return cStage == FINISHED; });
-}
-
-void ThreadState::Unwind() {
-    cUnwinding = true;
-    throw ThreadEnd();
-}
-
-void ThreadState::CutOff() {
-    RaiseGuard();
-    siglongjmp(cBase, 1);
+    WaitUntilStill(END_LIMIT);
 }
 
 bool ThreadState::SetPriority(ThreadPriority aPriority) {

@@ -2,8 +2,10 @@
 
 #include <pthread.h>
 #include <setjmp.h>
+#include <signal.h>
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -21,10 +23,10 @@
 // AT_CALL and RUNNING change under cMutex, which both sides hold to compare them with the wish.  The handler may take
 // no lock: there both sides first write their own word and then read the other's (sequentially consistent), so that at
 // least one of them sees the other.
+//
+// A thread that is ended jumps from one of three places to its start routine, which then returns: from the bracket's
+// ends, where it holds no lock and is inside no wait, from the handler, and from its own End.
 namespace platform {
-
-// Thrown to unwind a thread that is ended; caught by the thread's start routine only.
-struct ThreadEnd {};
 
 class ThreadState {
 public:
@@ -36,12 +38,13 @@ public:
     static std::shared_ptr<ThreadState> Start(void (*aEntry)(void*), void* aArgument);
     static ThreadState* Current() { return sCurrent; }  // null on a thread that Start did not make
 
-    uint32_t GetId() const { return cId; }
+    bool IsRunning() const { return cStage != FINISHED; }
+
+    // Thread's operations.  Suspend and End wait, so the caller is inside a StoppableCall.
     bool Suspend(uint32_t* aOldCount);
     bool Resume(uint32_t* aOldCount);
     void End();
-    [[noreturn]] void Unwind();
-    [[noreturn]] void CutOff();
+    [[noreturn]] void CutOff() { siglongjmp(cBase, 1); }  // on its own thread: goes to its end at once
 
     ThreadPriority GetPriority() const { return static_cast<ThreadPriority>(cPriority.load()); }
     bool SetPriority(ThreadPriority aPriority);
@@ -49,13 +52,13 @@ public:
     // For the calling thread's own state.
     void RaiseGuard();
     void LowerGuard();
-    bool IsGuarded() const { return cGuardDepth.load(std::memory_order_relaxed) > 0 || cUnwinding; }
+    bool IsGuarded() const { return cGuardDepth.load(std::memory_order_relaxed) > 0; }
     bool IsStopWanted() const { return cStopWanted; }
     bool IsEnding() const { return cEnding; }
     int GetWakeHandle() const { return cWakeHandle; }
     void ClearWake();
 
-    // The bracket's two ends.  Both wait while the thread is suspended and unwind when it is ended.  apMutex and
+    // The bracket's two ends.  Both wait while the thread is suspended and do not return when it is ended.  apMutex and
     // apCondition, which may be null, are what the thread is going to wait with: End notifies them.
     void EnterCall(std::mutex* apMutex, std::condition_variable* apCondition);
     void PauseCall();  // waits like them in between
@@ -69,7 +72,7 @@ private:
     void RunEntry();
     void StopHere();
     void Park(std::unique_lock<std::mutex>& aLock);
-    bool WaitUntilStopped();
+    bool WaitUntilStill(std::chrono::milliseconds aLimit);
     void Wake();
 
     static thread_local ThreadState* sCurrent;
@@ -78,7 +81,7 @@ private:
     void* cArgument = nullptr;
     pthread_t cHandle{};
     int cWakeHandle = -1;  // an eventfd: ends the wait of a poll or of the stop signal's handler
-    sigjmp_buf cBase{};    // where a thread that cannot be unwound ends
+    sigjmp_buf cBase{};    // in the start routine: where an ended thread goes
 
     std::mutex cMutex;
     std::condition_variable cChanged;  // the stage or a wish changed
@@ -90,14 +93,15 @@ private:
     std::atomic<int> cStage = RUNNING;
     std::atomic<bool> cStopWanted = false;  // suspended or ending
     std::atomic<bool> cEnding = false;
-    std::atomic<int> cGuardDepth = 1;       // of its own thread only; 1 while the thread cannot be cut off
+    std::atomic<bool> cSignalSent = false;  // and nothing has come of it yet: no second one is needed
+    std::atomic<int> cGuardDepth = 1;       // of its own thread only; 1 while cBase is not set
     std::atomic<bool> cStopMissed = false;  // of its own thread only: the stop signal came under a guard
     std::atomic<int> cPriority = PRIORITY_NORMAL;
-    bool cUnwinding = false;  // of its own thread only
 };
 
-// The bracket around a blocking call.  Does nothing on a foreign thread, under a StopGuard and while the thread is
-// being unwound: such a thread is not stoppable there.
+// The bracket around a blocking call.  Does nothing on a foreign thread and under a StopGuard: such a thread is not
+// stoppable there.  Between its ends the thread is never cut off, so what it takes after the first end (memory, a share
+// of an object) and gives back before the second is not lost.
 class StoppableCall {
 public:
     StoppableCall(std::mutex* apMutex, std::condition_variable* apCondition) : cState(ThreadState::Current()) {
@@ -115,7 +119,7 @@ public:
             cState->PauseCall();
     }
 
-    // To be called at the end, without a lock: not a destructor's work, since it may unwind.
+    // To be called at the end, without a lock: not a destructor's work, since it may not return.
     void Leave() {
         if (cState != nullptr)
             cState->LeaveCall();

@@ -21,18 +21,15 @@ namespace {
 struct Worker {
     explicit Worker(std::function<void(Worker&)> aWork) : cWork(std::move(aWork)) {
         cSocket.Create();
-        cThread = Thread::Start([](void* aWorker) { static_cast<Worker*>(aWorker)->Run(); }, this);
-        cStarted = true;
+        cThread.Start([](void* aWorker) { static_cast<Worker*>(aWorker)->Run(); }, this);
     }
-    ~Worker() { cThread->End(); }
+    ~Worker() { cThread.End(); }
 
     void Run() {
         struct OnStack {
             std::atomic<bool>& cFlag;
             ~OnStack() { cFlag = true; }
         } lOnStack{cUnwound};
-        while (!cStarted)
-            Sleep(1);
         cWork(*this);
         cReturned = true;
     }
@@ -48,7 +45,7 @@ struct Worker {
     int Resume() { return Change(&Thread::Resume); }
     int Change(bool (Thread::*aChange)(uint32_t*)) {
         uint32_t lOldCount = 99;
-        return (cThread.get()->*aChange)(&lOldCount) ? static_cast<int>(lOldCount) : -1;
+        return (cThread.*aChange)(&lOldCount) ? static_cast<int>(lOldCount) : -1;
     }
 
     bool IsStill() {
@@ -62,7 +59,6 @@ struct Worker {
 
     std::function<void(Worker&)> cWork;
     std::atomic<int> cRounds = 0;
-    std::atomic<bool> cStarted = false;  // cThread is set
     std::atomic<bool> cUnwound = false;
     std::atomic<bool> cReturned = false;
     std::mutex cMutex;
@@ -70,13 +66,12 @@ struct Worker {
     Semaphore cFull{1, 1};
     Semaphore cEmpty{0, 1000};
     UdpSocket cSocket;
-    std::unique_ptr<Thread> cThread;
+    Thread cThread;
 };
 
 struct Kind {
     const char* mName;
     std::function<void(Worker&)> mRound;
-    bool mUnwinds = true;  // when it is ended: it passes platform calls
 
     // Rounds without end, counted.
     std::function<void(Worker&)> Work() const {
@@ -87,20 +82,28 @@ struct Kind {
     }
 };
 
-const Kind KINDS[] = {{"computes", [](Worker&) {}, false},
+const Kind KINDS[] = {{"computes", [](Worker&) {}},
                       {"allocates under a lock",
                        [](Worker& aWorker) {
                            const Lock lLock(aWorker.cMutex);
                            aWorker.cNumber = std::make_unique<int>(1);
-                       },
-                       false},
+                       }},
                       {"works under a guard most of the time",
                        [](Worker&) {
                            const StopGuard lGuard;  // long enough that hardly a signal comes between two of them
                            for (volatile int lSpin = 0; lSpin < 1000000;)
                                lSpin = lSpin + 1;
-                       },
-                       false},
+                       }},
+                      {"sleeps in a destructor and catches everything",
+                       [](Worker&) {
+                           struct Late {
+                               ~Late() { Sleep(1); }
+                           };
+                           try {
+                               const Late lLate;
+                           } catch (...) {
+                           }
+                       }},
                       {"sleeps", [](Worker&) { Sleep(1); }},
                       {"yields", [](Worker&) { Sleep(0); }},
                       {"passes a semaphore",
@@ -134,9 +137,10 @@ TEST(ThreadTest, NeverReturnsFromWhereItIsEnded) {
             Worker lWorker(lKind.Work());
             ASSERT_TRUE(lWorker.Moves());
             ASSERT_TRUE(!lSuspended || lWorker.Suspend() == 0);
-            lWorker.cThread->End();
+            lWorker.cThread.End();
+            EXPECT_FALSE(lWorker.cThread.IsRunning());
             EXPECT_TRUE(lWorker.IsStill());
-            EXPECT_TRUE(lWorker.cUnwound || !lKind.mUnwinds);
+            EXPECT_FALSE(lWorker.cUnwound);
             EXPECT_EQ(-1, lWorker.Suspend());
             EXPECT_EQ(-1, lWorker.Resume());
         }
@@ -157,9 +161,9 @@ TEST(ThreadTest, ALongWaitEndsAtOnce) {
         });
         ASSERT_TRUE(Eventually([&] { return lWorker.cRounds == 1; }));
         Sleep(10);
-        lWorker.cThread->End();
-        EXPECT_TRUE(Eventually([&] { return lWorker.cUnwound.load(); }));
-        EXPECT_FALSE(lWorker.cReturned);
+        lWorker.cThread.End();
+        EXPECT_FALSE(lWorker.cThread.IsRunning());
+        EXPECT_FALSE(lWorker.cReturned || lWorker.cUnwound);
     }
 }
 
@@ -187,18 +191,44 @@ TEST(ThreadTest, SuspendsItselfUntilAnotherResumesIt) {
     }
 }
 
-// Its own stack is unwound from EndCurrent, and left as it is by the other.
 TEST(ThreadTest, EndsItself) {
-    for (const bool lUnwind : {true, false}) {
-        Worker lWorker([lUnwind](Worker&) {
-            if (lUnwind)
-                Thread::EndCurrent();
-            Thread::EndCurrentWithoutUnwinding();
+    Worker lWorker([](Worker& aWorker) { aWorker.cThread.End(); });
+    EXPECT_TRUE(Eventually([&] { return !lWorker.cThread.IsRunning(); }));
+    EXPECT_FALSE(lWorker.cReturned || lWorker.cUnwound);
+}
+
+TEST(ThreadTest, IsEndedWhileItEndsAnother) {
+    Worker lComputing(KINDS[0].Work());
+    Worker lEnder([&lComputing](Worker& aWorker) {
+        ++aWorker.cRounds;
+        lComputing.cThread.End();
+    });
+    ASSERT_TRUE(Eventually([&] { return lEnder.cRounds == 1; }));
+    Sleep(GRACE_MILLISECONDS / 4);
+    lEnder.cThread.End();
+    EXPECT_TRUE(Eventually([&] { return !lComputing.cThread.IsRunning(); }));
+}
+
+TEST(ThreadTest, TwoThatEndEachOtherDoNotWaitForEver) {
+    const uint32_t lStart = TickCount();
+    for (int lRound = 0; lRound < 10; ++lRound) {
+        std::atomic<Worker*> lpFirst = nullptr;
+        const auto lAwaitFirst = [&lpFirst] {
+            while (lpFirst == nullptr)
+                Sleep(0);
+        };
+        Worker lSecond([&](Worker&) {
+            lAwaitFirst();
+            lpFirst.load()->cThread.End();
         });
-        EXPECT_TRUE(Eventually([&] { return lWorker.Resume() == -1; }));
-        EXPECT_EQ(lUnwind, lWorker.cUnwound);
-        EXPECT_FALSE(lWorker.cReturned);
+        Worker lFirst([&](Worker&) {
+            lAwaitFirst();
+            lSecond.cThread.End();
+        });
+        lpFirst = &lFirst;
+        EXPECT_TRUE(Eventually([&] { return !lSecond.cThread.IsRunning() || !lFirst.cThread.IsRunning(); }));
     }
+    EXPECT_LT(TickCount() - lStart, 8000u);
 }
 
 TEST(ThreadTest, IsNotStoppedUnderAGuard) {
@@ -250,9 +280,9 @@ TEST(ThreadTest, SurvivesAScramble) {
 
 TEST(ThreadTest, PrioritiesAreAppliedToTheThread) {
     Worker lWorker([](Worker&) { Sleep(1000000); });
-    EXPECT_EQ(PRIORITY_NORMAL, lWorker.cThread->GetPriority());
-    ASSERT_TRUE(lWorker.cThread->SetPriority(PRIORITY_LOWEST));
-    EXPECT_EQ(PRIORITY_LOWEST, lWorker.cThread->GetPriority());
+    EXPECT_EQ(PRIORITY_NORMAL, lWorker.cThread.GetPriority());
+    ASSERT_TRUE(lWorker.cThread.SetPriority(PRIORITY_LOWEST));
+    EXPECT_EQ(PRIORITY_LOWEST, lWorker.cThread.GetPriority());
 }
 
 TEST(ClockTest, SleepsToTheTickAndDoesNotDrift) {
