@@ -10,8 +10,9 @@
 // ProbeSocket::WaitForReceive, Print, PrintError, Thread::Suspend, Thread::End) counts as stopped at once: it does not
 // come out of the call before it is resumed.  A computing thread stops at its next blocking platform call; one that
 // reaches none within a short grace (GRACE_MILLISECONDS of its processor time) is stopped by a signal, wherever it is,
-// but never while it holds a StopGuard or Lock.  Such a thread may hold a lock of the C library, the allocator's for
-// example: code that is to be suspended at any moment should pass a platform call now and then.
+// but never while it holds a StopGuard or Lock, and not inside a shared library, which may hold a lock there (that of
+// the C library's allocator, for example): it is let out of the library first.  A stopped thread keeps such a lock only
+// if it was inside libraries for about a second without a break, or if the program is linked statically with them.
 //
 // Ending.  A thread that is ended does no further work, wherever it is: it does not return to its caller, and its stack
 // is not unwound, so that no destructor runs and no exception is caught.  What a thread that others may end keeps

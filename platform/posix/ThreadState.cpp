@@ -9,6 +9,8 @@
 
 #include <algorithm>
 
+#include "platform/posix/LibraryCode.h"
+
 namespace platform {
 namespace {
 
@@ -17,6 +19,7 @@ using std::chrono::milliseconds;
 constexpr milliseconds GRACE_CHECK(2);                   // between two looks at the grace
 constexpr milliseconds GRACE_LIMIT(1000);                // for a thread that gets no processor
 constexpr std::chrono::microseconds SIGNAL_PERIOD(100);  // between two stop signals to a thread that cannot stop yet
+constexpr int MOST_TIMES_IN_LIBRARY = 5000;              // signals that a thread inside a library passes over
 constexpr milliseconds SUSPEND_LIMIT(3000);              // then the thread is taken as not stoppable
 constexpr milliseconds END_LIMIT(10000);
 
@@ -58,9 +61,10 @@ ThreadState::~ThreadState() {
 
 bool ThreadState::InstallStopSignal() {
     static const bool lInstalled = [] {
+        posix::FindLibraryCode();
         struct sigaction lAction {};
-        lAction.sa_handler = OnStopSignal;
-        lAction.sa_flags = SA_RESTART;
+        lAction.sa_sigaction = OnStopSignal;
+        lAction.sa_flags = SA_RESTART | SA_SIGINFO;
         sigemptyset(&lAction.sa_mask);
         return sigaction(StopSignal(), &lAction, nullptr) == 0;
     }();
@@ -135,13 +139,15 @@ void ThreadState::LowerGuard() {
     }
 }
 
-void ThreadState::OnStopSignal(int) {
+void ThreadState::OnStopSignal(int, siginfo_t*, void* aContext) {
     ThreadState* const lpState = sCurrent;
     if (lpState == nullptr)
         return;
     const int lErrno = errno;
     if (lpState->IsGuarded())
         lpState->cStopMissed = true;  // the guard's end makes good for it
+    else if (posix::IsInLibraryCode(aContext) && ++lpState->cTimesInLibrary <= MOST_TIMES_IN_LIBRARY)
+        lpState->cSignalSent = false;  // so that another is sent soon
     else
         lpState->StopHere();
     errno = lErrno;
@@ -150,6 +156,7 @@ void ThreadState::OnStopSignal(int) {
 // In the signal's handler or at the end of a guard.
 void ThreadState::StopHere() {
     cSignalSent = false;
+    cTimesInLibrary = 0;
     while (cStopWanted && cStage == RUNNING && !IsGuarded()) {
         cStage = STOPPED;
         while (cStopWanted && !cEnding)

@@ -66,7 +66,7 @@ public:
 
 private:
     static void* Run(void* aState);
-    static void OnStopSignal(int aSignal);
+    static void OnStopSignal(int aSignal, siginfo_t* aInformation, void* aContext);
     static bool InstallStopSignal();
 
     void RunEntry();
@@ -96,6 +96,7 @@ private:
     std::atomic<bool> cSignalSent = false;  // and nothing has come of it yet: no second one is needed
     std::atomic<int> cGuardDepth = 1;       // of its own thread only; 1 while cBase is not set
     std::atomic<bool> cStopMissed = false;  // of its own thread only: the stop signal came under a guard
+    int cTimesInLibrary = 0;                // of the handler only: that it came in vain, in a row
     std::atomic<int> cPriority = PRIORITY_NORMAL;
 };
 

@@ -231,6 +231,29 @@ TEST(ThreadTest, TwoThatEndEachOtherDoNotWaitForEver) {
     EXPECT_LT(TickCount() - lStart, 8000u);
 }
 
+// A thread that allocates most of the time is stopped, and another one gives back what it allocated.
+TEST(ThreadTest, AStoppedThreadLeavesTheAllocatorToOthers) {
+    using Block = std::unique_ptr<char[]>;
+    std::atomic<char*> lShared = nullptr;
+    std::atomic<bool> lEnough = false;
+    Worker lWorker([&](Worker& aWorker) {
+        for (; !lEnough; ++aWorker.cRounds) {
+            Block lBlock(new char[3000]);
+            const Block lOther(new char[5000]);
+            lBlock.reset(lShared.exchange(lBlock.release()));
+        }
+    });
+    for (int lRound = 0; lRound < 20; ++lRound) {
+        ASSERT_TRUE(lWorker.Moves());
+        ASSERT_EQ(0, lWorker.Suspend());
+        InThreads(1, [&lShared](int) { Block(lShared.exchange(nullptr)); });
+        ASSERT_EQ(1, lWorker.Resume());
+    }
+    lEnough = true;
+    EXPECT_TRUE(Eventually([&] { return lWorker.cReturned.load(); }));
+    delete[] lShared;
+}
+
 TEST(ThreadTest, IsNotStoppedUnderAGuard) {
     std::atomic<bool> lInGuard = false;
     std::atomic<bool> lLeaveGuard = false;
