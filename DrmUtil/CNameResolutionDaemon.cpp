@@ -125,6 +125,8 @@ void CNameResolutionDaemon::StartThread(int aPriority) {
     platform::Thread lThread;
     if (lThread.Start([](void* aDaemon) { static_cast<CNameResolutionDaemon*>(aDaemon)->Run(); }, this))
         lThread.SetPriority(static_cast<platform::ThreadPriority>(aPriority));
+    else
+        WriteTrace("starting the name resolution thread failed.");
 }
 
 uint32_t CNameResolutionDaemon::GetAddressState(const char* aHost) {

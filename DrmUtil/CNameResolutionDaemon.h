@@ -56,7 +56,8 @@ public:
     // The daemon's thread: passes without end.
     virtual void Run();
 
-    // Starts a thread that runs Run, at one of platform::ThreadPriority's levels.
+    // Starts a thread that runs Run, at one of platform::ThreadPriority's levels.  When the system gives none, a line
+    // in the trace file says so, and every destination stays as it is listed.
     virtual void StartThread(int aPriority);
 
     static std::atomic<CNameResolutionDaemon*> cInstance;
