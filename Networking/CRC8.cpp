@@ -1,17 +1,9 @@
 #include "Networking/CRC8.h"
 
-#include "Networking/CRCTable.h"
-
-CRC8::CRC8(uint32_t aPolynomial, bool aInvert) : cInvert(aInvert) {
-    for (uint32_t lIndex = 0; lIndex < cTable.size(); ++lIndex)
-        cTable[lIndex] = MsbFirstTableEntry<uint8_t>(lIndex, aPolynomial);
-}
+CRC8::CRC8(uint32_t aPolynomial, bool aInvert) : cInvert(aInvert), cTable(aPolynomial) {}
 
 uint8_t CRC8::Update(uint32_t aInit, const unsigned char* apData, int32_t aLength) const {
-    uint8_t lRegister = static_cast<uint8_t>(aInit);
-    for (int32_t lIndex = 0; lIndex < aLength; ++lIndex)
-        lRegister = cTable[lRegister ^ apData[lIndex]];
-    return static_cast<uint8_t>(~lRegister);
+    return static_cast<uint8_t>(~cTable.Run(static_cast<uint8_t>(aInit), apData, aLength));
 }
 
 uint8_t CRC8::Compute(const unsigned char* apData, int32_t aLength) const {

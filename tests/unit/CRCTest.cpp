@@ -26,11 +26,24 @@ TEST(CRCTest, NoBytesLeaveTheRegister) {
     }
 }
 
+// One call over all bytes takes eight at a time, calls for each byte never do.
 TEST(CRCTest, UpdateContinuesWhereItEnded) {
+    const CRC8 lCRC8(0x9B, true);
     const CRC16 lCRC16(0x11021, true);  // bits above the width do not count
     const CRC32 lCRC32(0x04C11DB7, true);
-    EXPECT_EQ(0x29B1u, lCRC16.Update(lCRC16.Update(0xFFFF, DIGITS, 4), DIGITS + 4, 5));
-    EXPECT_EQ(0x340BC6D9u, lCRC32.Update(lCRC32.Update(0xFFFFFFFF, DIGITS, 4), DIGITS + 4, 5));
+    uint8_t lRegister8 = 0xFF;
+    uint16_t lRegister16 = 0xFFFF;
+    uint32_t lRegister32 = 0xFFFFFFFF;
+    unsigned char lBytes[301];
+    for (int32_t lIndex = 0; lIndex < 301; ++lIndex) {
+        lBytes[lIndex] = static_cast<unsigned char>(lIndex * lIndex * 7 / 5);
+        lRegister8 = static_cast<uint8_t>(~lCRC8.Update(lRegister8, lBytes + lIndex, 1));
+        lRegister16 = lCRC16.Update(lRegister16, lBytes + lIndex, 1);
+        lRegister32 = lCRC32.Update(lRegister32, lBytes + lIndex, 1);
+    }
+    EXPECT_EQ(lRegister8, lCRC8.Compute(lBytes, 301));
+    EXPECT_EQ(lRegister16, lCRC16.Update(0xFFFF, lBytes, 301));
+    EXPECT_EQ(lRegister32, lCRC32.Update(0xFFFFFFFF, lBytes, 301));
 }
 
 }  // namespace
