@@ -3,7 +3,7 @@
 set -eu
 cd "$(dirname "$0")"
 
-scripts/install-packages.sh g++ cmake ninja-build libcli11-dev nlohmann-json3-dev
+scripts/install-packages.sh g++ cmake ninja-build libcli11-dev libpcap-dev nlohmann-json3-dev
 cmake --preset release -DTESSAVOX_TESTS=OFF >/dev/null
 cmake --build --preset release -- --quiet
 

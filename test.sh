@@ -6,7 +6,7 @@ set -eu
 cd "$(dirname "$0")"
 
 scripts/install-packages.sh g++ clang libclang-rt-14-dev clang-format cmake ninja-build ccache libgtest-dev \
-    libbenchmark-dev libcli11-dev nlohmann-json3-dev dpkg-dev file iproute2
+    libbenchmark-dev libcli11-dev libpcap-dev nlohmann-json3-dev dpkg-dev file iproute2
 
 echo "== format"
 git ls-files '*.h' '*.cpp' | xargs clang-format --dry-run --Werror
