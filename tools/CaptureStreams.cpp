@@ -2,10 +2,14 @@
 
 #include <algorithm>
 
+#include "Networking/AFFormat.h"
+#include "Networking/PFTFormat.h"
 #include "tools/CaptureAddress.h"
 #include "tools/Text.h"
 
 namespace {
+
+constexpr uint8_t AF_MAJOR_VERSION = 1;
 
 const char* ProtocolsOf(const CaptureStream& aStream) {
     if (aStream.mAF > 0 && aStream.mPF > 0) {
@@ -16,26 +20,17 @@ const char* ProtocolsOf(const CaptureStream& aStream) {
 
 }  // namespace
 
-CaptureStreams::CaptureStreams() : cCRC(CRC16_POLYNOMIAL, true), cDatagram(IPV4_MAX_PAYLOAD), cAF(0, 1, 0), cPF(0) {
-    cAF.SetCRCEngine(&cCRC);
-}
-
 void CaptureStreams::Add(const CaptureDatagram& aDatagram) {
-    const bool lIsAF = IsSound(&cAF, aDatagram.mData);
-    if (!lIsAF && !IsSound(&cPF, aDatagram.mData)) {
+    const ByteView lData = aDatagram.mData;
+    AFHeader lAF;
+    PFTHeader lPFT;
+    const bool lIsAF = ParseAFPacket(lData.data(), lData.size(), AF_MAJOR_VERSION, &cCRC, &lAF) == AFCheck::VALID;
+    if (!lIsAF && ParsePFTFragment(lData.data(), lData.size(), cCRC, &lPFT) != PFTCheck::VALID) {
         return;
     }
     if (CaptureStream* const lpStream = Find(aDatagram); lpStream != nullptr) {
         ++(lIsAF ? lpStream->mAF : lpStream->mPF);
     }
-}
-
-bool CaptureStreams::IsSound(Packet* apPacket, ByteView aData) {
-    cDatagram.Rewind();
-    cDatagram.SetSize(0);
-    cDatagram.Write(static_cast<uint32_t>(aData.size()), aData.data());
-    apPacket->Share(&cDatagram);
-    return apPacket->Parse() == 1;
 }
 
 CaptureStream* CaptureStreams::Find(const CaptureDatagram& aDatagram) {

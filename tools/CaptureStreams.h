@@ -5,9 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Networking/AFPacket.h"
 #include "Networking/CRC16.h"
-#include "Networking/PFTPacket.h"
 #include "tools/CaptureDecoder.h"
 
 constexpr size_t MAX_CAPTURE_STREAMS = 256;  // that are told apart
@@ -24,8 +22,6 @@ struct CaptureStream {
 // its first two bytes alone other traffic would pass for DCP now and then.
 class CaptureStreams {
 public:
-    CaptureStreams();
-
     void Add(const CaptureDatagram& aDatagram);
 
     // In order of their first datagrams; those beyond MAX_CAPTURE_STREAMS are left out.
@@ -35,12 +31,8 @@ public:
     std::string GetText() const;
 
 private:
-    bool IsSound(Packet* apPacket, ByteView aData);
     CaptureStream* Find(const CaptureDatagram& aDatagram);
 
-    const CRC16 cCRC;
-    Packet cDatagram;
-    AFPacket cAF;
-    PFTPacket cPF;
+    const CRC16 cCRC{CRC16_POLYNOMIAL, true};
     std::vector<CaptureStream> cStreams;
 };

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tests/unit/TestSupport.h"
-#include "tools/CaptureSource.h"
+#include "tools/CaptureTransport.h"
 #include "tools/CommandLine.h"
 
 namespace {
@@ -368,6 +368,54 @@ TEST_F(CaptureSourceTest, TellsWhatCannotBeRead) {
         ReadAll(PcapNg(lFrames, {1, 113}), "?port=5000"));
     EXPECT_NE(std::string::npos, ReadAll("no capture").find("unknown file format"));
     EXPECT_EQ(STATUS_FAILED, cStatus);
+}
+
+// Writes down what a transport reports: event, frame, sender and seconds.
+struct Notes : StackObserver {
+    explicit Notes(Layer& aLayer) {
+        cReporter.SetObserver(this);
+        aLayer.ciReporter = &cReporter;
+    }
+    void Observe(const StackReport& aReport) override {
+        const char* const lpEvent = aReport.mEvent == StackEvent::INPUT_TAKEN     ? "taken"
+                                    : aReport.mEvent == StackEvent::INPUT_FOREIGN ? "foreign"
+                                                                                  : "failed";
+        const InputPlace& lInput = aReport.mInput;
+        cText += std::string(lpEvent) + " in " + std::to_string(lInput.mRecord) + " from " + HostText(lInput.mAddress) +
+                 ":" + std::to_string(lInput.mPort) + " at " + std::to_string(lInput.mTime / 1000000) + "\n";
+    }
+
+    std::string cText;
+    StackReporter cReporter;
+};
+
+TEST_F(CaptureSourceTest, HandsUpDatagramsWithTimeAndSender) {
+    std::string lFile = Pcap({ToPort("1388", AF), ToPort("1388", "50"), ToPort("1388", PF), ToPort("1388", AF)}, false);
+    const size_t lSecondFrame = 24 + 16 + ToPort("1388", AF).size();
+    lFile.replace(lSecondFrame, 4, Number(1600000000, 4, false));
+    std::ofstream("capture", std::ios::binary) << lFile.substr(0, lFile.size() - 1);
+    CaptureTransport lTransport;
+    std::string lError;
+    ASSERT_EQ(STATUS_DONE, lTransport.Open("pcap:capture", &lError)) << lError;
+    lTransport.RegisterTag("AF", nullptr);
+    lTransport.RegisterTag("PF", nullptr);
+    const Notes lNotes(lTransport);
+    Packet lOut(0);
+    uint32_t lTimeOut = 0;
+    for (const std::string& lSent : {AF, PF}) {
+        ASSERT_EQ(1u, lTransport.Receive(&lOut, &lTimeOut, 0));
+        EXPECT_EQ(Hex(lSent), std::string(reinterpret_cast<char*>(lOut.cData), lOut.GetSize()));
+        EXPECT_EQ(Hex(lSent).substr(0, 2), lOut.cProtocol);
+        EXPECT_FALSE(lTransport.ciAtEnd);
+    }
+    EXPECT_EQ(2u, lTransport.Receive(&lOut, &lTimeOut, 0));
+    EXPECT_TRUE(lTransport.ciAtEnd);
+    EXPECT_EQ(
+        "taken in 1 from 10.0.0.1:4096 at 1700000000\n"
+        "foreign in 2 from 10.0.0.1:4096 at 1700000000\n"
+        "taken in 3 from 10.0.0.1:4096 at 1700000002\n"
+        "failed in 3 from 10.0.0.1:4096 at 1700000002\n",
+        lNotes.cText);
 }
 
 }  // namespace
