@@ -4,6 +4,7 @@
 
 #include "Networking/ByteOrder.h"
 #include "Networking/CRC8.h"
+#include "Networking/FacFields.h"
 
 namespace {
 
@@ -19,17 +20,16 @@ std::vector<ItemView> ItemsOf(const Packet& aUnit) {
     return lItems;
 }
 
-std::string ModeText(const unsigned char (&aFac)[MDI_FAC_SIZE], unsigned char aRobustness) {
-    static const char* const OCCUPANCIES[] = {"4.5", "5", "9", "10", "18", "20"};
-    static const char* const MSC_MODES[] = {"64-QAM", "64-QAM hierarchical on I", "64-QAM hierarchical on I and Q",
-                                            "16-QAM"};
-    const unsigned lOccupancy = aFac[0] >> 1 & 15;
-    const std::string lWidth = lOccupancy < 6 ? OCCUPANCIES[lOccupancy] + std::string(" kHz")
-                                              : "unknown occupancy " + std::to_string(lOccupancy);
-    const std::string lRobustness =
-        aRobustness < 4 ? std::string(1, "ABCD"[aRobustness]) : "unknown robustness " + std::to_string(aRobustness);
-    return lRobustness + ", " + lWidth + ", SDC " + ((aFac[1] & 0x20) != 0 ? "4-QAM" : "16-QAM") + ", MSC " +
-           MSC_MODES[aFac[1] >> 6] + ", " + ((aFac[0] & 1) != 0 ? "short" : "long") + " interleaving";
+std::string ModeText(const FacFields& aFac, unsigned char aRobustness) {
+    const std::string lOccupancy = aFac.mOccupancy < KNOWN_OCCUPANCIES
+                                       ? OccupancyName(aFac.mOccupancy).mInSentence
+                                       : "unknown occupancy " + std::to_string(aFac.mOccupancy);
+    const std::string lRobustness = aRobustness < KNOWN_ROBUSTNESS_MODES
+                                        ? RobustnessName(aRobustness)
+                                        : "unknown robustness " + std::to_string(aRobustness);
+    return lRobustness + ", " + lOccupancy + ", SDC " + SdcName(aFac.mSdcIs4Qam).mInSentence + ", MSC " +
+           MscName(aFac.mMscMode).mInSentence + ", " + InterleavingName(aFac.mShortInterleaving).mInSentence +
+           " interleaving";
 }
 
 }  // namespace
@@ -52,7 +52,7 @@ UnitFacts UnitCheck::Check(MDIUnit& aUnit) {
         CheckFac(lFac, &lFacts);
         unsigned char lRobustness = 0;
         if (aUnit.GetRobm(&lRobustness) == 1) {
-            CheckMode(ModeText(lFac, lRobustness), &lFacts.mFindings);
+            CheckMode(ModeText(ParseFac(lFac), lRobustness), &lFacts.mFindings);
         }
     }
     return lFacts;
@@ -80,7 +80,7 @@ void UnitCheck::CheckFac(const unsigned char (&aFac)[MDI_FAC_SIZE], UnitFacts* a
     if (sCRC.Compute(aFac, MDI_FAC_SIZE - 1) != aFac[MDI_FAC_SIZE - 1]) {
         apFacts->mFindings.push_back({FAULT_FAC_CRC, ""});
     }
-    apFacts->mIdentity = aFac[0] >> 5 & 3;
+    apFacts->mIdentity = ParseFac(aFac).mIdentity;
     CheckOrder(*apFacts->mIdentity, &apFacts->mFindings);
 }
 

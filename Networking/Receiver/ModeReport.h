@@ -2,8 +2,7 @@
 
 #include <string>
 
-#include "Networking/MDIUnit.h"
+#include "Networking/FacFields.h"
 
-// The DRM transmission mode that a unit's fast access channel and robustness mode tell (ETSI ES 201 980), as lines for
-// the console.
-std::string ModeReport(const unsigned char (&aFac)[MDI_FAC_SIZE], unsigned char aRobustnessMode);
+// A unit's DRM mode as lines for the console.  aRobustness is the value of its item robm.
+std::string ModeReport(const FacFields& aFac, unsigned char aRobustness);

@@ -54,12 +54,12 @@ PlayingLoop::Pass PlayingLoop::PlayUnit() {
     lUnit.SetDlfc(cFrameCounter, true);
     unsigned char lFac[MDI_FAC_SIZE] = {};
     lUnit.GetFac(lFac);
-    const int lIdentity = (lFac[0] >> 5) & 3;
-    if (!cOrder.Accept(lIdentity)) {
+    const FacFields lFields = ParseFac(lFac);
+    if (!cOrder.Accept(lFields.mIdentity)) {
         Drop();
         return Pass::GO_ON;
     }
-    return Forward(lUnit, lFac);
+    return Forward(lUnit, lFields);
 }
 
 void PlayingLoop::Drop() {
@@ -67,7 +67,7 @@ void PlayingLoop::Drop() {
         platform::Sleep(FRAME_TIME);
 }
 
-PlayingLoop::Pass PlayingLoop::Forward(MDIUnit& aUnit, const unsigned char (&aFac)[MDI_FAC_SIZE]) {
+PlayingLoop::Pass PlayingLoop::Forward(MDIUnit& aUnit, const FacFields& aFac) {
     if (cFrameCounter == 0) {
         unsigned char lRobustnessMode = 0;
         if (aUnit.GetRobm(&lRobustnessMode) != 1) {

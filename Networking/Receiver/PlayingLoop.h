@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "Networking/DRMNetworkInterface.h"
+#include "Networking/FacFields.h"
 #include "Networking/MDIUnit.h"
 #include "Networking/SuperFrameOrder.h"
 
@@ -31,7 +32,7 @@ private:
     enum class Pass { GO_ON, END };
 
     Pass PlayUnit();
-    Pass Forward(MDIUnit& aUnit, const unsigned char (&aFac)[MDI_FAC_SIZE]);
+    Pass Forward(MDIUnit& aUnit, const FacFields& aFac);
     void Drop();
 
     DRMNetworkInterface& cReceiver;

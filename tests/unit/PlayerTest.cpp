@@ -53,7 +53,7 @@ TEST(ModeReportTest, NamesEveryMode) {
         const unsigned char lFac[MDI_FAC_SIZE] = {
             static_cast<unsigned char>(0xE0 | aOccupancy << 1 | (aShort ? 1 : 0)),
             static_cast<unsigned char>(aMSC << 6 | (aSDCIs4QAM ? 0x20 : 0) | 0x1F)};
-        return ModeReport(lFac, static_cast<unsigned char>(aRobustness));
+        return ModeReport(ParseFac(lFac), static_cast<unsigned char>(aRobustness));
     };
     EXPECT_EQ(
         "DRM Mode:\n\tSpectrum Occupancy => 10KHz\n\tRobustness Mode => B\n\tSDC Mode => 16QAM\n"
