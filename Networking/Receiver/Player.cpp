@@ -6,10 +6,6 @@
 #include "platform/Console.h"
 #include "platform/Socket.h"
 
-void AwaitKey() {
-    platform::ReadKey();
-}
-
 void RunPlayer() {
     platform::Print(
         "******************************************\n"
@@ -23,7 +19,7 @@ void RunPlayer() {
         platform::Print("WSAStartup KO");
         return;
     }
-    // Never deleted, and known from here, so that their tasks may use them until the process is gone.
+    // The endpoints are never deleted: their tasks use them until the process is gone.
     static PlayerEndpoints slEndpoints;
     if (!StartEndpoints(lSettings, &slEndpoints))
         return;

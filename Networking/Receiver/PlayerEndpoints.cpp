@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "Networking/Receiver/Player.h"
 #include "platform/Console.h"
 
 namespace {
@@ -15,7 +14,7 @@ bool OpenForMDI(DRMNetworkInterface& aEndpoint, const std::string& aAddress, uin
     if (aEndpoint.Open(aAddress.c_str(), aLocalInterface) != 1) {
         platform::Print("\nUnable to open port \"%s\" : Error %d", aAddress.c_str(),
                         static_cast<int>(aEndpoint.GetError()));
-        AwaitKey();
+        platform::ReadKey();
         return false;
     }
     if (aEndpoint.EnableMDI() != 1) {

@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <system_error>
 
-#include "Networking/Receiver/Player.h"
 #include "platform/Console.h"
 #include "platform/Settings.h"
 
@@ -64,6 +63,6 @@ bool ReadAndCheck(PlayerSettings* apSettings) {
 bool ReadPlayerSettings(PlayerSettings* apSettings) {
     const bool lAccepted = ReadAndCheck(apSettings);
     if (!lAccepted)
-        AwaitKey();
+        platform::ReadKey();
     return lAccepted;
 }

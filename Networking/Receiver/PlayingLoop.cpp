@@ -2,16 +2,14 @@
 
 #include <cstdlib>
 
+#include "Networking/FrameTime.h"
 #include "Networking/Receiver/ModeReport.h"
-#include "Networking/Receiver/Player.h"
 #include "platform/Clock.h"
 #include "platform/Console.h"
 
 namespace {
 
-constexpr uint32_t FRAME_TIME = 400;  // milliseconds
-
-// A recording without one frame that fits the order would keep the loop and the receiver's task spinning.
+// A recording without any unit that fits the order would keep this loop and the receiver's task spinning.
 constexpr uint32_t DROPPED_BEFORE_PAUSE = 256;
 
 bool QuitKeyPressed() {
@@ -19,16 +17,6 @@ bool QuitKeyPressed() {
 }
 
 }  // namespace
-
-uint32_t Pacer::NextWait(uint32_t aNow) {
-    const auto lWait = static_cast<int32_t>(cStarted ? cLastTick + 2 * FRAME_TIME - aNow : FRAME_TIME);
-    cStarted = true;
-    cLastTick = aNow;
-    if (lWait >= 0)
-        return static_cast<uint32_t>(lWait);
-    cLastTick -= FRAME_TIME;  // or waits of nothing and of two frames would alternate for ever
-    return 0;
-}
 
 void PlayingLoop::Run() {
     while (!QuitKeyPressed() && PlayUnit() == Pass::GO_ON) {
@@ -48,7 +36,7 @@ PlayingLoop::Pass PlayingLoop::PlayUnit() {
     }
     if (lUnit.Parse() != 1) {
         platform::Print("\nMDI Parse Error %d", static_cast<int>(lUnit.GetError()));
-        AwaitKey();
+        platform::ReadKey();
         return Pass::END;
     }
     lUnit.SetDlfc(cFrameCounter, true);
@@ -56,37 +44,47 @@ PlayingLoop::Pass PlayingLoop::PlayUnit() {
     lUnit.GetFac(lFac);
     const FacFields lFields = ParseFac(lFac);
     if (!cOrder.Accept(lFields.mIdentity)) {
-        Drop();
+        DropOutOfOrder();
         return Pass::GO_ON;
     }
     return Forward(lUnit, lFields);
 }
 
-void PlayingLoop::Drop() {
+void PlayingLoop::DropOutOfOrder() {
     if (++cDropped % DROPPED_BEFORE_PAUSE == 0)
-        platform::Sleep(FRAME_TIME);
+        platform::Sleep(DRM_FRAME_TIME);
 }
 
 PlayingLoop::Pass PlayingLoop::Forward(MDIUnit& aUnit, const FacFields& aFac) {
     if (cFrameCounter == 0) {
-        unsigned char lRobustnessMode = 0;
-        if (aUnit.GetRobm(&lRobustnessMode) != 1) {
-            platform::Print("\nMDI INPUT FILE IS CORRUPTED!!!\n");
-            AwaitKey();
-            std::exit(0);
-        }
-        platform::Print("%s", ModeReport(aFac, lRobustnessMode).c_str());
-        platform::Sleep(1);  // to the beginning of a tick, where every later unit goes out: the first interval is whole
+        ReportMode(aUnit, aFac);
+        // Later units go out at the beginning of a tick: so does this one, or the first interval would be too short.
+        platform::Sleep(1);
     }
     cSender.Send(&aUnit);
-    if (const uint32_t lCode = cSender.GetError(); lCode != 0) {
-        platform::Print("DRM Sender Error %d\n", static_cast<int>(lCode));
-        AwaitKey();
+    if (HandleSenderCode(cSender.GetError()) == Pass::END)
         return Pass::END;
-    }
     platform::Print("\t\t*** %c ***\r", "|/-\\"[cFrameCounter % 4]);
     ++cFrameCounter;
     cDropped = 0;
     platform::Sleep(cPacer.NextWait(platform::TickCount()));
     return Pass::GO_ON;
+}
+
+void PlayingLoop::ReportMode(const MDIUnit& aUnit, const FacFields& aFac) {
+    unsigned char lRobustness = 0;
+    if (aUnit.GetRobm(&lRobustness) != 1) {
+        platform::Print("\nMDI INPUT FILE IS CORRUPTED!!!\n");
+        platform::ReadKey();
+        std::exit(0);
+    }
+    platform::Print("%s", ModeReport(aFac, lRobustness).c_str());
+}
+
+PlayingLoop::Pass PlayingLoop::HandleSenderCode(uint32_t aCode) {
+    if (aCode == 0)
+        return Pass::GO_ON;
+    platform::Print("DRM Sender Error %d\n", static_cast<int>(aCode));
+    platform::ReadKey();
+    return Pass::END;
 }

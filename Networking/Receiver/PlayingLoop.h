@@ -5,22 +5,11 @@
 #include "Networking/DRMNetworkInterface.h"
 #include "Networking/FacFields.h"
 #include "Networking/MDIUnit.h"
+#include "Networking/Receiver/Pacer.h"
 #include "Networking/SuperFrameOrder.h"
 
-// The pace of one unit per 400 ms: two consecutive intervals add up to 800 ms, so that a late pass is made good by the
-// next.
-class Pacer {
-public:
-    // The milliseconds to wait after a unit that was forwarded at tick aNow.  Not at all when more than 800 ms have
-    // passed since the one before; the pace is even again after that.
-    uint32_t NextWait(uint32_t aNow);
-
-private:
-    bool cStarted = false;
-    uint32_t cLastTick = 0;
-};
-
-// Forwards units from the receiver to the sender, renumbered, until the key q or an error.
+// Forwards units from the receiver to the sender, renumbered and in the order of the super frame, until the key q or an
+// error.  Both endpoints outlive it.
 class PlayingLoop {
 public:
     PlayingLoop(DRMNetworkInterface& aReceiver, DRMNetworkInterface& aSender)
@@ -32,13 +21,15 @@ private:
     enum class Pass { GO_ON, END };
 
     Pass PlayUnit();
+    void DropOutOfOrder();
     Pass Forward(MDIUnit& aUnit, const FacFields& aFac);
-    void Drop();
+    static void ReportMode(const MDIUnit& aUnit, const FacFields& aFac);
+    Pass HandleSenderCode(uint32_t aCode);
 
     DRMNetworkInterface& cReceiver;
     DRMNetworkInterface& cSender;
     uint32_t cFrameCounter = 0;  // units forwarded
-    uint32_t cDropped = 0;       // units dropped since
+    uint32_t cDropped = 0;       // units dropped since the last one that was forwarded
     SuperFrameOrder cOrder;
     Pacer cPacer;
 };

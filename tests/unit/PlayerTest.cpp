@@ -5,7 +5,8 @@
 #include <vector>
 
 #include "Networking/Receiver/ModeReport.h"
-#include "Networking/Receiver/PlayingLoop.h"
+#include "Networking/Receiver/Pacer.h"
+#include "Networking/SuperFrameOrder.h"
 
 namespace {
 
@@ -30,10 +31,9 @@ TEST(PacerTest, TwoIntervalsMakeTwoFrames) {
     struct {
         std::vector<uint32_t> mWork;  // milliseconds of each pass after the first
         std::vector<uint32_t> mWaits;
-    } const CASES[] = {{{0, 0, 0}, {400, 400, 400, 400}},
-                       {{50, 50, 50, 50}, {400, 350, 400, 350, 400}},
-                       {{0, 30, 0, 0}, {400, 400, 370, 430, 370}},
-                       {{500, 0, 0}, {400, 0, 400, 400}},
+    } const CASES[] = {{{0, 0, 0}, {400, 400, 400, 400}},          {{50, 50, 50, 50}, {400, 350, 400, 350, 400}},
+                       {{0, 30, 0, 0}, {400, 400, 370, 430, 370}}, {{500, 0, 0}, {400, 0, 400, 400}},
+                       {{2200000000, 0, 0}, {400, 0, 400, 400}},  // stopped for 25 days
                        {{6000, 0, 0, 0}, {400, 0, 400, 400, 400}}};
     for (const uint32_t lStart : {1u, 0u, 0xFFFFFF00u}) {
         for (const auto& lCase : CASES) {
