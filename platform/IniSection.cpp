@@ -25,13 +25,22 @@ IniSection::IniSection(const std::string& aPath, const char* aSection) {
         if (lLine.mIsSection && lLine.mName == lSection)
             break;
     }
-    while (lLines.Next(&lLine) && !lLine.mIsSection)
-        cValues.emplace(lLine.mName, Unquoted(lLine.mValue));  // keeps the first of a name
+    while (lLines.Next(&lLine) && !lLine.mIsSection) {
+        if (Find(lLine.mName) == nullptr)
+            cEntries.push_back({lLine.mWritten, lLine.mName, Unquoted(lLine.mValue)});
+    }
+}
+
+const IniSection::Entry* IniSection::Find(const std::string& aKey) const {
+    const std::string lName = LowerCase(aKey);
+    const auto lFound =
+        std::find_if(cEntries.begin(), cEntries.end(), [&lName](const Entry& aEntry) { return aEntry.mName == lName; });
+    return lFound == cEntries.end() ? nullptr : &*lFound;
 }
 
 std::string IniSection::GetText(const char* aKey, const char* aDefault) const {
-    const auto lFound = cValues.find(LowerCase(aKey));
-    return lFound == cValues.end() ? aDefault : lFound->second;
+    const Entry* const lpEntry = Find(aKey);
+    return lpEntry == nullptr ? aDefault : lpEntry->mValue;
 }
 
 int IniSection::GetNumber(const char* aKey, int aDefault) const {
@@ -40,6 +49,16 @@ int IniSection::GetNumber(const char* aKey, int aDefault) const {
         return aDefault;
     // strtol holds at the limits of long, which may be wider than int.
     return static_cast<int>(std::clamp<long>(std::strtol(lText.c_str(), nullptr, 10), INT_MIN, INT_MAX));
+}
+
+std::vector<std::string> IniSection::GetKeysBeside(const std::vector<std::string>& aKnown) const {
+    std::vector<std::string> lKeys;
+    for (const Entry& lEntry : cEntries) {
+        const auto lIsKnown = [&lEntry](const std::string& aKey) { return LowerCase(aKey) == lEntry.mName; };
+        if (std::none_of(aKnown.begin(), aKnown.end(), lIsKnown))
+            lKeys.push_back(lEntry.mWritten);
+    }
+    return lKeys;
 }
 
 }  // namespace platform

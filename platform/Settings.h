@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 // Where settings come from: a section of an INI file and single numbers of the registry.
 namespace platform {
@@ -24,8 +24,18 @@ public:
     // limits of int.  aDefault when the key is absent or its value empty.
     int GetNumber(const char* aKey, int aDefault) const;
 
+    // The keys that are none of aKnown, each once, as they are written and in the order of the file.
+    std::vector<std::string> GetKeysBeside(const std::vector<std::string>& aKnown) const;
+
 private:
-    std::map<std::string, std::string> cValues;  // by key in lower case
+    struct Entry {
+        std::string mWritten;
+        std::string mName;  // in lower case
+        std::string mValue;
+    };
+    const Entry* Find(const std::string& aKey) const;  // null when the key is absent
+
+    std::vector<Entry> cEntries;  // one of each name
 };
 
 // A number of the registry below HKEY_LOCAL_MACHINE, for example ("SOFTWARE\\VESTRAL\\Drm\\Settings",

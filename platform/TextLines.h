@@ -24,8 +24,9 @@ inline std::string LowerCase(std::string aText) {
 // "[name]" or "name = value".
 struct TextLine {
     bool mIsSection;
-    std::string mName;   // trimmed, in lower case
-    std::string mValue;  // trimmed; unchanged for a section
+    std::string mWritten;  // the name as the file has it, trimmed
+    std::string mName;     // the same in lower case
+    std::string mValue;    // trimmed; unchanged for a section
 };
 
 // The section and value lines of a file; all others are skipped, as are comments (";") and a byte-order mark.  A
@@ -61,7 +62,8 @@ private:
         if (aText.starts_with(';') || lEnd == std::string::npos)
             return false;
         aLine->mIsSection = lBracket;
-        aLine->mName = LowerCase(Trimmed(aText.substr(lBracket ? 1 : 0, lEnd - (lBracket ? 1 : 0))));
+        aLine->mWritten = Trimmed(aText.substr(lBracket ? 1 : 0, lEnd - (lBracket ? 1 : 0)));
+        aLine->mName = LowerCase(aLine->mWritten);
         if (!lBracket)
             aLine->mValue = Trimmed(aText.substr(lEnd + 1));
         return true;

@@ -3,15 +3,13 @@
 #include <filesystem>
 #include <system_error>
 
+#include "Networking/Receiver/OptionalSettings.h"
 #include "platform/Console.h"
 #include "platform/Settings.h"
 
 namespace {
 
 constexpr char INI_FILE_NAME[] = "VESTRAL Tessavox.ini";
-constexpr char INPUT_FILE_NAME[] = "InputFileName";
-constexpr char OUTPUT_ADDRESS[] = "DrmOutputAddress";
-constexpr char OUTPUT_PORT[] = "DrmOutputPort";
 constexpr int FIRST_PORT = 1025;
 constexpr int LAST_PORT = 65535;
 constexpr int ABSENT_NUMBER = -1;
@@ -55,6 +53,9 @@ bool ReadAndCheck(PlayerSettings* apSettings) {
                         apSettings->mDrmOutputPort);
         return false;
     }
+    if (!ReadOptionalSettings(lSection, apSettings))
+        return false;
+    platform::Print("%s", SettingsLine(lSection, *apSettings).c_str());
     return true;
 }
 

@@ -74,6 +74,8 @@ TEST_F(PlayerSystemTest, EveryStartUpFailureIsNamedAndExitsWith0) {
         {"InputFileName=r\nDrmOutputAddress=a\nDrmOutputPort=1024\n", lPort("1024"), true, nullptr},
         {"InputFileName=r\nDrmOutputAddress=a\nDrmOutputPort=65536\n", lPort("65536"), true, nullptr},
         {"InputFileName=r\nDrmOutputAddress=a\nDrmOutputPort=port\n", lPort("0"), true, nullptr},
+        {lGood + "Console=x\nPacing=12x\n", "ERROR: Pacing must be relative or absolute, current value = 12x\n", true,
+         nullptr},
         {lGood, "WSAStartup KO", false, RefuseSockets},
         {"InputFileName=none.mdi\nDrmOutputAddress=127.0.0.1\nDrmOutputPort=5000\n",
          "\n\tUnable to open MDI file\n" + lUnable("dcp.file.pft:none.mdi:0:0", "10"), true, nullptr},

@@ -5,8 +5,10 @@
 #include <vector>
 
 #include "Networking/Receiver/ModeReport.h"
+#include "Networking/Receiver/OptionalSettings.h"
 #include "Networking/Receiver/Pacer.h"
 #include "Networking/SuperFrameOrder.h"
+#include "tests/unit/TestSupport.h"
 
 namespace {
 
@@ -69,6 +71,60 @@ TEST(ModeReportTest, NamesEveryMode) {
     EXPECT_NE(std::string::npos, lReport(0, 0, 1, false, false).find("=> Hierarchic on I\n"));
     EXPECT_NE(std::string::npos, lReport(0, 2, 2, false, false).find("=> C\n"));
     EXPECT_NE(std::string::npos, lReport(0, 0, 2, false, false).find("=> Hierarchic on I and Q\n"));
+}
+
+platform::IniSection Section(const std::string& aLines) {
+    const TestDirectory lDirectory;
+    std::ofstream("ini") << "[Settings]\n" << aLines;
+    return platform::IniSection("ini", "Settings");
+}
+
+TEST(OptionalSettingsTest, TakesNothingByHalves) {
+    const std::string lInterface = "the name or the IPv4 address of an interface";
+    struct {
+        std::string mKey, mAccepted;
+        std::vector<std::string> mGood, mBad;
+    } const CASES[] = {
+        {"Pacing", "relative or absolute", {"relative", "absolute", ""}, {"absolut", "absolute 1", "0"}},
+        {"SendErrors", "end or continue", {"end", "continue", ""}, {"continued", "1"}},
+        {"ProbeTries", "0 to 100", {"0", "100", ""}, {"-1", "101", "12x", "x", "1.0", "4294967297"}},
+        {"Console", "full or quiet", {"full", "quiet", ""}, {"loud"}},
+        {"DrmOutputProtection", "0 to 7", {"0", "7", ""}, {"8", "+1"}},
+        {"DrmOutputInterface", lInterface, {"eth0", "10.0.0.1", ""}, {"10.0.0", "10.0.0.256", "10.0.0.1.", "1"}},
+        {"DrmOutputTTL", "1 to 255", {"1", "255", ""}, {"0", "256"}},
+        {"DrmOutputDSCP", "0 to 63", {"0", "63", ""}, {"64"}},
+        {"InputFileSizeLimit",
+         "524288 to 1099511627776",
+         {"524288", "1099511627776", ""},
+         {"524287", "1099511627777", "18446744073709551616"}},
+    };
+    PlayerSettings lSettings;
+    for (const auto& lCase : CASES) {
+        for (const std::string& lValue : lCase.mGood)
+            EXPECT_TRUE(ReadOptionalSettings(Section(lCase.mKey + "=" + lValue), &lSettings)) << lValue;
+        for (const std::string& lValue : lCase.mBad) {
+            const std::string lLastKey = &lCase == std::end(CASES) - 1 ? "" : "InputFileSizeLimit=0\n";
+            const auto lSection = Section(lLastKey + lCase.mKey + "=" + lValue);
+            EXPECT_EQ("ERROR: " + lCase.mKey + " must be " + lCase.mAccepted + ", current value = " + lValue + "\n",
+                      Printed([&] { EXPECT_FALSE(ReadOptionalSettings(lSection, &lSettings)); }));
+        }
+    }
+}
+
+TEST(OptionalSettingsTest, ListsWhatIsInForce) {
+    PlayerSettings lSettings;
+    lSettings.mInputFileName = "rec.mdi";
+    lSettings.mDrmOutputAddress = "10.0.0.2";
+    lSettings.mDrmOutputPort = 5000;
+    EXPECT_EQ("", SettingsLine(Section("InputFileName=rec.mdi\nPacign=absolute\nPacing=\n"), lSettings));
+    const auto lSection = Section("Pacign=x\nINPUTFILENAME=x\nprobetries=100\nconsole=quiet\nFoo=\npacign=y\n");
+    EXPECT_TRUE(ReadOptionalSettings(lSection, &lSettings));
+    EXPECT_TRUE(lSettings.mProbeTries == 100 && lSettings.mQuietConsole && !lSettings.mAbsolutePacing);
+    EXPECT_EQ(
+        "Settings: InputFileName=rec.mdi, DrmOutputAddress=10.0.0.2, DrmOutputPort=5000, Pacing=relative, "
+        "SendErrors=end, ProbeTries=100, Console=quiet, DrmOutputProtection=0, DrmOutputInterface=(the system's), "
+        "DrmOutputTTL=(the system's), DrmOutputDSCP=0, InputFileSizeLimit=524288; unknown keys: Pacign, Foo\n",
+        SettingsLine(lSection, lSettings));
 }
 
 }  // namespace
