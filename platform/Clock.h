@@ -13,6 +13,12 @@ uint32_t TickCount();
 // time slice.  A thread that is suspended while it sleeps stays in here until it is resumed (Thread.h).
 void Sleep(uint32_t aMilliseconds);
 
+// Nanoseconds of the monotonic clock.
+uint64_t MonotonicTime();
+
+// Sleeps until MonotonicTime() has reached aTime; when it has already, gives up the rest of the time slice as Sleep(0).
+void SleepUntil(uint64_t aTime);
+
 // Calendar time (UTC), for what is shown to people only.
 struct CalendarTime {
     int64_t mSeconds;        // since 1970-01-01 00:00:00 UTC

@@ -24,5 +24,5 @@ void RunPlayer() {
     if (!StartEndpoints(lSettings, &slEndpoints))
         return;
     platform::Print("\nStarting DRM player application. PRESS 'q' to quit.\n");
-    PlayingLoop(*slEndpoints.mReceiver, *slEndpoints.mSender).Run();
+    PlayingLoop(lSettings, *slEndpoints.mReceiver, *slEndpoints.mSender).Run();
 }

@@ -56,19 +56,33 @@ void PlayingLoop::DropOutOfOrder() {
 }
 
 PlayingLoop::Pass PlayingLoop::Forward(MDIUnit& aUnit, const FacFields& aFac) {
-    if (cFrameCounter == 0) {
+    if (cFrameCounter == 0)
         ReportMode(aUnit, aFac);
-        // Later units go out at the beginning of a tick: so does this one, or the first interval would be too short.
-        platform::Sleep(1);
-    }
+    AwaitTurn();
     cSender.Send(&aUnit);
     if (HandleSenderCode(cSender.GetError()) == Pass::END)
         return Pass::END;
     platform::Print("\t\t*** %c ***\r", "|/-\\"[cFrameCounter % 4]);
     ++cFrameCounter;
     cDropped = 0;
-    platform::Sleep(cPacer.NextWait(platform::TickCount()));
+    AwaitNextPass();
     return Pass::GO_ON;
+}
+
+// By the absolute pace a unit is made ready before the wait, so that the time that this takes does not count.
+void PlayingLoop::AwaitTurn() {
+    if (cSettings.mAbsolutePacing) {
+        platform::SleepUntil(cGrid.NextDue());
+        cGrid.TakePlace(platform::MonotonicTime());
+    } else if (cFrameCounter == 0) {
+        // Later units go out at the beginning of a tick: so does this one, or the first interval would be too short.
+        platform::Sleep(1);
+    }
+}
+
+void PlayingLoop::AwaitNextPass() {
+    if (!cSettings.mAbsolutePacing)
+        platform::Sleep(cPacer.NextWait(platform::TickCount()));
 }
 
 void PlayingLoop::ReportMode(const MDIUnit& aUnit, const FacFields& aFac) {

@@ -5,15 +5,17 @@
 #include "Networking/DRMNetworkInterface.h"
 #include "Networking/FacFields.h"
 #include "Networking/MDIUnit.h"
+#include "Networking/Receiver/FrameGrid.h"
 #include "Networking/Receiver/Pacer.h"
+#include "Networking/Receiver/PlayerSettings.h"
 #include "Networking/SuperFrameOrder.h"
 
 // Forwards units from the receiver to the sender, renumbered and in the order of the super frame, until the key q or an
-// error.  Both endpoints outlive it.
+// error.  Settings and endpoints outlive it.
 class PlayingLoop {
 public:
-    PlayingLoop(DRMNetworkInterface& aReceiver, DRMNetworkInterface& aSender)
-        : cReceiver(aReceiver), cSender(aSender) {}
+    PlayingLoop(const PlayerSettings& aSettings, DRMNetworkInterface& aReceiver, DRMNetworkInterface& aSender)
+        : cSettings(aSettings), cReceiver(aReceiver), cSender(aSender) {}
 
     void Run();
 
@@ -23,13 +25,17 @@ private:
     Pass PlayUnit();
     void DropOutOfOrder();
     Pass Forward(MDIUnit& aUnit, const FacFields& aFac);
+    void AwaitTurn();
+    void AwaitNextPass();
     static void ReportMode(const MDIUnit& aUnit, const FacFields& aFac);
     Pass HandleSenderCode(uint32_t aCode);
 
+    const PlayerSettings& cSettings;
     DRMNetworkInterface& cReceiver;
     DRMNetworkInterface& cSender;
     uint32_t cFrameCounter = 0;  // units forwarded
     uint32_t cDropped = 0;       // units dropped since the last one that was forwarded
     SuperFrameOrder cOrder;
     Pacer cPacer;
+    FrameGrid cGrid;  // in the place of cPacer, by the settings
 };

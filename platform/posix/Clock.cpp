@@ -27,6 +27,21 @@ void MinimiseTimerSlack() {
     static_cast<void>(lDone);
 }
 
+// A thread that is suspended while it waits stays in here until it is resumed.
+void WaitUntil(steady_clock::time_point aDeadline) {
+    MinimiseTimerSlack();
+    std::mutex lMutex;
+    std::condition_variable lEnded;
+    StoppableCall lCall(&lMutex, &lEnded);
+    if (aDeadline <= steady_clock::now()) {
+        sched_yield();
+    } else {
+        std::unique_lock lLock(lMutex);
+        lEnded.wait_until(lLock, aDeadline, [&lCall] { return lCall.IsEnding(); });
+    }
+    lCall.Leave();
+}
+
 }  // namespace
 
 uint32_t TickCount() {
@@ -34,18 +49,15 @@ uint32_t TickCount() {
 }
 
 void Sleep(uint32_t aMilliseconds) {
-    const auto lDeadline = CurrentTick() + milliseconds(aMilliseconds);
-    MinimiseTimerSlack();
-    std::mutex lMutex;
-    std::condition_variable lEnded;
-    StoppableCall lCall(&lMutex, &lEnded);
-    if (aMilliseconds == 0) {
-        sched_yield();
-    } else {
-        std::unique_lock lLock(lMutex);
-        lEnded.wait_until(lLock, lDeadline, [&lCall] { return lCall.IsEnding(); });
-    }
-    lCall.Leave();
+    WaitUntil(CurrentTick() + milliseconds(aMilliseconds));
+}
+
+uint64_t MonotonicTime() {
+    return static_cast<uint64_t>(std::chrono::nanoseconds(steady_clock::now().time_since_epoch()).count());
+}
+
+void SleepUntil(uint64_t aTime) {
+    WaitUntil(steady_clock::time_point(std::chrono::nanoseconds(aTime)));
 }
 
 CalendarTime CalendarNow() {

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "Networking/Receiver/FrameGrid.h"
 #include "Networking/Receiver/ModeReport.h"
 #include "Networking/Receiver/OptionalSettings.h"
 #include "Networking/Receiver/Pacer.h"
@@ -47,6 +48,20 @@ TEST(PacerTest, TwoIntervalsMakeTwoFrames) {
                 lNow += lWait + (lPass < lCase.mWork.size() ? lCase.mWork[lPass] : 0);
             }
         }
+    }
+}
+
+TEST(FrameGridTest, ALateUnitDoesNotMoveTheNext) {
+    constexpr uint64_t START = 123'456'789;  // nanoseconds
+    struct {
+        uint32_t mReady, mGoesOut;  // milliseconds since the first unit
+    } const UNITS[] = {{0, 0},       {10, 400},    {809, 809},   {810, 1200},  {2000, 2000}, {2001, 2001},
+                       {2002, 2400}, {3201, 3201}, {3202, 3601}, {9000, 9000}, {9001, 9400}};
+    FrameGrid lGrid;
+    for (const auto& lUnit : UNITS) {
+        const uint64_t lTime = std::max(START + lUnit.mReady * uint64_t{1'000'000}, lGrid.NextDue());
+        EXPECT_EQ(START + lUnit.mGoesOut * uint64_t{1'000'000}, lTime) << lUnit.mReady;
+        lGrid.TakePlace(lTime);
     }
 }
 
