@@ -36,12 +36,12 @@ int HostText(const void* aAddress, size_t aLength, char (&aText)[HOST_TEXT_SIZE]
 }
 
 void PrintReply(const platform::SocketAddress& aSource, uint32_t aElapsed) {
-    platform::Print("Reply from ");
+    platform::PrintProgress("Reply from ");
     PrintAddress(aSource.mBytes, aSource.mLength);
     if (aElapsed == 0)
-        platform::Print(": bytes=%d time<1ms TTL=%d\n", PRINTED_SIZE, PROBE_TTL);
+        platform::PrintProgress(": bytes=%d time<1ms TTL=%d\n", PRINTED_SIZE, PROBE_TTL);
     else
-        platform::Print(": bytes=%d time=%dms TTL=%d\n", PRINTED_SIZE, static_cast<int>(aElapsed), PROBE_TTL);
+        platform::PrintProgress(": bytes=%d time=%dms TTL=%d\n", PRINTED_SIZE, static_cast<int>(aElapsed), PROBE_TTL);
 }
 
 // Awaits what comes after the request that went out at the tick aSent; the first receive is posted.
@@ -52,7 +52,7 @@ int AwaitReply(platform::ProbeSocket& aSocket, platform::SocketAddress* apSource
             case platform::ProbeSocket::WaitResult::COMPLETED:
                 break;
             case platform::ProbeSocket::WaitResult::TIMED_OUT:
-                platform::Print("Request timed out.\n");
+                platform::PrintProgress("Request timed out.\n");
                 return 0;
             case platform::ProbeSocket::WaitResult::FAILED:
                 return Failed("WaitForSingleObject", aSocket.GetLastError());
@@ -87,9 +87,9 @@ int Probe(const char* aDestination, const platform::SocketAddress& aTo, const pl
     if (!lSocket.CreateEvent())
         return Failed("WSACreateEvent", lSocket.GetLastError());
     PostRecvFrom(lSocket, sReceived, sizeof sReceived, &lSource);
-    platform::Print("\nPinging ");
+    platform::PrintProgress("\nPinging ");
     PrintAddress(aTo.mBytes, aTo.mLength);
-    platform::Print(" with %d bytes of data\n\n", PRINTED_SIZE);
+    platform::PrintProgress(" with %d bytes of data\n\n", PRINTED_SIZE);
     CompleteEchoRequest(lRequest.get(), static_cast<uint16_t>(platform::TickCount()));
     const uint32_t lSent = platform::TickCount();
     if (!lSocket.Send(lRequest.get(), ECHO_REQUEST_SIZE, aTo))
@@ -137,7 +137,7 @@ int PrintAddress(const void* aAddress, size_t aLength) {
     char lText[HOST_TEXT_SIZE];
     const int lError = HostText(aAddress, aLength, lText);
     if (lError == 0)
-        platform::Print("%s", lText);
+        platform::PrintProgress("%s", lText);
     return lError;
 }
 

@@ -21,6 +21,14 @@ void SecureStandardHandles();
 // The same to the error stream, and never mixed with Print's text where both are one terminal.
 [[gnu::format(printf, 1, 2)]] void PrintError(const char* aFormat, ...);
 
+// As Print, for text that shows a course and that nobody misses: a quiet console leaves it out.
+[[gnu::format(printf, 1, 2)]] void PrintProgress(const char* aFormat, ...);
+
+// From now on the console is quiet, for a program that nobody watches: PrintProgress prints nothing, Print and
+// PrintError print a text only when it is not the last one of the same format, and what cannot be written at once is
+// dropped, so that no reader that stalls holds up a thread.  To be called before other threads print.
+void QuietConsole();
+
 // From now on Print and PrintError drop their text: for a program whose standard output is data and that has its own
 // words for what goes wrong.
 void SilencePrint();

@@ -15,6 +15,8 @@ void RunPlayer() {
     PlayerSettings lSettings;
     if (!ReadPlayerSettings(&lSettings))
         return;
+    if (lSettings.mQuietConsole)
+        platform::QuietConsole();
     if (!platform::StartSockets()) {
         platform::Print("WSAStartup KO");
         return;

@@ -62,7 +62,7 @@ PlayingLoop::Pass PlayingLoop::Forward(MDIUnit& aUnit, const FacFields& aFac) {
     cSender.Send(&aUnit);
     if (HandleSenderCode(cSender.GetError()) == Pass::END)
         return Pass::END;
-    platform::Print("\t\t*** %c ***\r", "|/-\\"[cFrameCounter % 4]);
+    platform::PrintProgress("\t\t*** %c ***\r", "|/-\\"[cFrameCounter % 4]);
     ++cFrameCounter;
     cDropped = 0;
     AwaitNextPass();

@@ -16,6 +16,8 @@
 #include <utility>
 
 #include "platform/Lock.h"
+#include "platform/RepeatedTexts.h"
+#include "platform/posix/QuietOutput.h"
 #include "platform/posix/StoppableWait.h"
 
 namespace platform {
@@ -28,10 +30,14 @@ std::mutex& OutputMutex() {
     return *slpMutex;
 }
 
+// A reader that went away shall show as an error of write, not end the process.
+void IgnoreBrokenPipe() {
+    [[maybe_unused]] static const auto sFormerAction = signal(SIGPIPE, SIG_IGN);
+}
+
 void WriteOut(int aHandle, const char* aText, size_t aSize) {
     const Lock lLock(OutputMutex());
-    // A reader that went away shall show as an error of write, not end the process.
-    [[maybe_unused]] static const auto sFormerAction = signal(SIGPIPE, SIG_IGN);
+    IgnoreBrokenPipe();
     while (aSize > 0) {
         const ssize_t lCount = write(aHandle, aText, aSize);
         if (lCount >= 0) {
@@ -46,27 +52,47 @@ void WriteOut(int aHandle, const char* aText, size_t aSize) {
     }
 }
 
+// The two streams of a quiet console and what was printed there.  Never destroyed.
+struct Quiet {
+    posix::QuietOutput mOutput{STDOUT_FILENO};
+    posix::QuietOutput mError{STDERR_FILENO};
+    RepeatedTexts mTexts;  // under the output's mutex
+};
+
 std::atomic<bool> sSilenced = false;
+std::atomic<Quiet*> sQuiet = nullptr;  // null: the console is not quiet
+
+void WriteQuietly(Quiet& aQuiet, int aHandle, const char* aFormat, const std::string& aText) {
+    const Lock lLock(OutputMutex());
+    IgnoreBrokenPipe();
+    posix::QuietOutput& lOutput = aHandle == STDOUT_FILENO ? aQuiet.mOutput : aQuiet.mError;
+    aQuiet.mTexts.WriteOnce(aFormat, aText, [&lOutput](const std::string& aNew) { return lOutput.Write(aNew); });
+}
 
 void WriteFormatted(int aHandle, const char* aFormat, va_list aArguments) {
     if (sSilenced)
         return;
     // A reader that stalls must not make a task unstoppable, so the wait comes before the lock.  It also comes before
     // the text is made: a thread that is ended while it waits gives no memory back.
-    posix::WaitWritable(aHandle, posix::NO_WAIT_LIMIT);
+    Quiet* const lpQuiet = sQuiet;
+    if (lpQuiet == nullptr)
+        posix::WaitWritable(aHandle, posix::NO_WAIT_LIMIT);
     char lBuffer[512];
     va_list lAgain;
     va_copy(lAgain, aArguments);
     const int lResult = std::vsnprintf(lBuffer, sizeof(lBuffer), aFormat, aArguments);
     const size_t lSize = lResult < 0 ? 0 : static_cast<size_t>(lResult);
-    if (lSize < sizeof(lBuffer)) {
-        WriteOut(aHandle, lBuffer, lSize);
-    } else {
-        std::string lText(lSize, '\0');
-        std::vsnprintf(lText.data(), lSize + 1, aFormat, lAgain);
-        WriteOut(aHandle, lText.data(), lSize);
+    std::string lLong;
+    if (lSize >= sizeof(lBuffer)) {
+        lLong.resize(lSize);
+        std::vsnprintf(lLong.data(), lSize + 1, aFormat, lAgain);
     }
     va_end(lAgain);
+    const char* const lpText = lLong.empty() ? lBuffer : lLong.data();
+    if (lpQuiet != nullptr)
+        WriteQuietly(*lpQuiet, aHandle, aFormat, std::string(lpText, lSize));
+    else
+        WriteOut(aHandle, lpText, lSize);
 }
 
 // The terminal's state is shared by the thread that asks for keys and by signal handlers on any thread.  The holder has
@@ -224,6 +250,20 @@ void PrintError(const char* aFormat, ...) {
     va_start(lArguments, aFormat);
     WriteFormatted(STDERR_FILENO, aFormat, lArguments);
     va_end(lArguments);
+}
+
+void PrintProgress(const char* aFormat, ...) {
+    if (sQuiet != nullptr)
+        return;
+    va_list lArguments;
+    va_start(lArguments, aFormat);
+    WriteFormatted(STDOUT_FILENO, aFormat, lArguments);
+    va_end(lArguments);
+}
+
+void QuietConsole() {
+    if (sQuiet == nullptr)
+        sQuiet = new Quiet;
 }
 
 void SilencePrint() {

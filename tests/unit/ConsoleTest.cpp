@@ -5,6 +5,7 @@
 #include <pty.h>
 #include <sys/ioctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
@@ -168,6 +169,42 @@ TEST(ConsoleTest, TakesKeysFromAPipeUntilItsEnd) {
         close(STDIN_FILENO);
         EXPECT_EQ(-1, platform::ReadKey());
     });
+}
+
+TEST(ConsoleTest, AQuietOneRepeatsNothingAndNeverWaits) {
+    enum Kind { PIPE, TERMINAL, SOCKET, KINDS };
+    static int sKind;
+    for (sKind = PIPE; sKind < KINDS; ++sKind) {
+        SCOPED_TRACE(sKind);
+        InChild([] {
+            int lEnds[2];
+            termios lRaw = {};
+            ASSERT_EQ(0, sKind == PIPE       ? pipe(lEnds)
+                         : sKind == TERMINAL ? openpty(&lEnds[0], &lEnds[1], nullptr, &lRaw, nullptr)
+                                             : socketpair(AF_UNIX, SOCK_STREAM, 0, lEnds));
+            dup2(lEnds[1], STDOUT_FILENO);
+            const auto lShown = [&lEnds] {
+                char lText[100] = "";
+                EXPECT_LT(0, read(lEnds[0], lText, sizeof lText - 1));
+                return std::string(lText);
+            };
+            platform::QuietConsole();
+            for (const int lNumber : {1, 1, 2, 2, 1}) {
+                platform::PrintProgress("progress");
+                platform::Print("a%d ", lNumber);
+                platform::Print("b ");
+            }
+            EXPECT_EQ("a1 b a2 a1 ", lShown());
+
+            for (int lLine = 0; lLine < 100000; ++lLine)
+                platform::Print("line %d\n", lLine);  // more than any buffer holds
+            fcntl(lEnds[0], F_SETFL, O_NONBLOCK);
+            for (char lText[1000]; read(lEnds[0], lText, sizeof lText) > 0;) {
+            }
+            platform::Print("line %d\n", 99999);  // was dropped before
+            EXPECT_EQ("line 99999\n", lShown());
+        });
+    }
 }
 
 TEST(ConsoleTest, PrintsEveryTextWhole) {
