@@ -70,10 +70,11 @@ void Resolve(CAddressEntry* apEntry) {
 
 void Probe(CAddressEntry* apEntry) {
     if (!CNameResolutionDaemon::IsReachable(apEntry->miAddress)) {
-        if (!ProbeSocketRefused())
+        if (!ProbeSocketRefused() && ++apEntry->mFailedProbes >= CNameResolutionDaemon::cProbeTries)
             apEntry->miStatus = ADDRESS_UNREACHABLE;
         return;
     }
+    apEntry->mFailedProbes = 0;
     apEntry->miStatus = ADDRESS_USABLE;
     // A name that it was listed by stays: the next question by that name must find it.
     std::string lName;
@@ -95,6 +96,7 @@ std::list<CAddressEntry>* CNameResolutionDaemon::cAddressList = nullptr;
 platform::Semaphore* CNameResolutionDaemon::cListLockSemaphore = nullptr;
 bool CNameResolutionDaemon::cListChanged = false;
 std::atomic<uint32_t> CNameResolutionDaemon::cPeriod = 0;
+std::atomic<uint32_t> CNameResolutionDaemon::cProbeTries = 1;
 
 CNameResolutionDaemon* CNameResolutionDaemon::GetInstance() {
     if (cInstance != nullptr)
@@ -131,7 +133,7 @@ void CNameResolutionDaemon::StartThread(int aPriority) {
 
 uint32_t CNameResolutionDaemon::GetAddressState(const char* aHost) {
     GetInstance();
-    if (IsMulticastAddress(aHost) || IsLocalDestination(aHost))
+    if (cProbeTries == 0 || IsMulticastAddress(aHost) || IsLocalDestination(aHost))
         return ADDRESS_USABLE;
     CAddressEntry lWanted;
     if (!MakeEntry(aHost, &lWanted))

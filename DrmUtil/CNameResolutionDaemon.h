@@ -21,6 +21,7 @@ struct CAddressEntry {
     uint32_t miStatus = ADDRESS_PENDING;
     char miAddress[ENTRY_ADDRESS_SIZE] = "";  // dotted; empty while only the name is known
     char miName[ENTRY_NAME_SIZE] = "";        // up to its first dot; empty while only the address is known
+    uint32_t mFailedProbes = 0;               // in a row, until the destination is unreachable
 };
 
 // Tells whether a destination may be sent to.  The first question about one lists it for good; from then on a thread of
@@ -65,6 +66,10 @@ public:
     static platform::Semaphore* cListLockSemaphore;
     static bool cListChanged;              // since the pass began; under the lock
     static std::atomic<uint32_t> cPeriod;  // milliseconds between passes
+
+    // So many probes of a destination in a row, one in each pass, must fail before it is unreachable.  0: there is no
+    // probe, and every destination is usable and not listed.  To be set before the first question.
+    static std::atomic<uint32_t> cProbeTries;
 
 private:
     CNameResolutionDaemon();

@@ -1,5 +1,6 @@
 #include "Networking/Receiver/Player.h"
 
+#include "DrmUtil/CNameResolutionDaemon.h"
 #include "Networking/Receiver/PlayerEndpoints.h"
 #include "Networking/Receiver/PlayerSettings.h"
 #include "Networking/Receiver/PlayingLoop.h"
@@ -17,6 +18,7 @@ void RunPlayer() {
         return;
     if (lSettings.mQuietConsole)
         platform::QuietConsole();
+    CNameResolutionDaemon::cProbeTries = lSettings.mProbeTries;
     if (!platform::StartSockets()) {
         platform::Print("WSAStartup KO");
         return;
