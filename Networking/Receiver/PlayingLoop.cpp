@@ -96,7 +96,9 @@ void PlayingLoop::ReportMode(const MDIUnit& aUnit, const FacFields& aFac) {
 }
 
 PlayingLoop::Pass PlayingLoop::HandleSenderCode(uint32_t aCode) {
-    if (aCode == 0)
+    if (cSettings.mContinueAfterErrors)
+        cSenderCodes.Note(aCode);
+    if (cSettings.mContinueAfterErrors || aCode == 0)
         return Pass::GO_ON;
     platform::Print("DRM Sender Error %d\n", static_cast<int>(aCode));
     platform::ReadKey();

@@ -8,6 +8,7 @@
 #include "Networking/Receiver/FrameGrid.h"
 #include "Networking/Receiver/Pacer.h"
 #include "Networking/Receiver/PlayerSettings.h"
+#include "Networking/Receiver/SenderCodes.h"
 #include "Networking/SuperFrameOrder.h"
 
 // Forwards units from the receiver to the sender, renumbered and in the order of the super frame, until the key q or an
@@ -36,6 +37,7 @@ private:
     uint32_t cFrameCounter = 0;  // units forwarded
     uint32_t cDropped = 0;       // units dropped since the last one that was forwarded
     SuperFrameOrder cOrder;
+    SenderCodes cSenderCodes;
     Pacer cPacer;
     FrameGrid cGrid;  // in the place of cPacer, by the settings
 };

@@ -8,6 +8,7 @@
 #include "Networking/Receiver/ModeReport.h"
 #include "Networking/Receiver/OptionalSettings.h"
 #include "Networking/Receiver/Pacer.h"
+#include "Networking/Receiver/SenderCodes.h"
 #include "Networking/SuperFrameOrder.h"
 #include "tests/unit/TestSupport.h"
 
@@ -86,6 +87,15 @@ TEST(ModeReportTest, NamesEveryMode) {
     EXPECT_NE(std::string::npos, lReport(0, 0, 1, false, false).find("=> Hierarchic on I\n"));
     EXPECT_NE(std::string::npos, lReport(0, 2, 2, false, false).find("=> C\n"));
     EXPECT_NE(std::string::npos, lReport(0, 0, 2, false, false).find("=> Hierarchic on I and Q\n"));
+}
+
+TEST(SenderCodesTest, TellsBeginningChangeAndEnd) {
+    EXPECT_EQ("DRM Sender Error 12\nDRM Sender Error 9\nDRM Sender Error 9 has ended\nDRM Sender Error 9\n",
+              Printed([] {
+                  SenderCodes lCodes;
+                  for (const uint32_t lCode : {0, 0, 12, 12, 0, 12, 9, 9, 0, 9, 0, 0, 0, 9, 0})
+                      lCodes.Note(lCode);
+              }));
 }
 
 platform::IniSection Section(const std::string& aLines) {
