@@ -16,6 +16,7 @@ constexpr uint32_t ANY_ADDRESS = 0;
 constexpr uint32_t LOOPBACK_ADDRESS = 0x7F000001;
 
 enum SocketState : uint32_t { CLOSED = 0, OPEN = 1 };
+enum Direction : uint32_t { RECEIVING = 0, SENDING = 1 };
 
 // Of the monotonic clock.
 uint64_t MicrosecondsNow() {
@@ -52,36 +53,49 @@ uint32_t UDPIPLayer::OpenSocket(uint32_t aDirection, uint32_t aPort, const char*
         cpcReceivePacket->cProtocol = ciReceivedTag;
     }
 
-    if (!ciSocket.Create()) {
-        platform::Print("Allocating socket failed. Error: %d", ciSocket.GetLastError());
-        return Fail(UDP_SOCKET_FAILED);
+    const bool lAny = apAddress == nullptr || std::strcmp(apAddress, "any") == 0;
+    cHost = lAny ? ANY_ADDRESS : platform::ParseAddress(apAddress);
+    cDirection = aDirection;
+    cLocalInterface = aLocalInterface;
+    if (!OpenAndConnect()) {
+        platform::Print("%s", cFailure);
+        if (!ciSettings.mReopen || cDirection != SENDING)
+            return Fail(UDP_SOCKET_FAILED);
+        cOutage.Begin(cFailure);
     }
-    if (!ConnectOrBind(aDirection, apAddress, aLocalInterface)) {
-        platform::Print("connecting socket failed. Error: %d", ciSocket.GetLastError());
-        ciSocket.Close();
-        return Fail(UDP_SOCKET_FAILED);
-    }
-    ciState = OPEN;
     ciBytesReceived = 0;
     ciBytesSent = 0;
     return 1;
 }
 
-bool UDPIPLayer::ConnectOrBind(uint32_t aDirection, const char* apAddress, uint32_t aLocalInterface) {
-    const bool lAny = apAddress == nullptr || std::strcmp(apAddress, "any") == 0;
-    const uint32_t lAddress = lAny ? ANY_ADDRESS : platform::ParseAddress(apAddress);
-    const auto lPort = static_cast<uint16_t>(ciPort);
-    if (aDirection == 1)
-        return ciSocket.Connect(lAddress, lPort);
-    if (aDirection == 0 && IsMulticast(lAddress))
-        return ciSocket.Bind(ANY_ADDRESS, lPort) && JoinGroup(lAddress, aLocalInterface);
-    return ciSocket.Bind(lAddress, lPort);
+bool UDPIPLayer::OpenAndConnect() {
+    cOutage.NoteOpening();
+    if (!ciSocket.Create()) {
+        NoteFailure("Allocating socket failed. Error: %d");
+        return false;
+    }
+    if (!ConnectOrBind()) {
+        NoteFailure("connecting socket failed. Error: %d");
+        ciSocket.Close();
+        return false;
+    }
+    ciState = OPEN;
+    return true;
 }
 
-bool UDPIPLayer::JoinGroup(uint32_t aGroup, uint32_t aLocalInterface) {
+bool UDPIPLayer::ConnectOrBind() {
+    const auto lPort = static_cast<uint16_t>(ciPort);
+    if (cDirection == SENDING)
+        return ciSocket.Connect(cHost, lPort);
+    if (cDirection == RECEIVING && IsMulticast(cHost))
+        return ciSocket.Bind(ANY_ADDRESS, lPort) && JoinGroup();
+    return ciSocket.Bind(cHost, lPort);
+}
+
+bool UDPIPLayer::JoinGroup() {
     char lText[UDP_MAX_ADDRESS_LENGTH + 1];
-    const bool lFound = GetInterfaceAddress(aLocalInterface, lText) == 0;
-    return ciSocket.JoinGroup(aGroup, lFound ? platform::ParseAddress(lText) : ANY_ADDRESS);
+    const bool lFound = GetInterfaceAddress(cLocalInterface, lText) == 0;
+    return ciSocket.JoinGroup(cHost, lFound ? platform::ParseAddress(lText) : ANY_ADDRESS);
 }
 
 void UDPIPLayer::CloseSocket() {
@@ -97,20 +111,49 @@ uint32_t UDPIPLayer::Send(Packet* apPacket) {
         return Fail(LAYER_TAG_NOT_REGISTERED);
     if (apPacket->GetSize() > ciMaxPacketSize)
         return Fail(LAYER_PACKET_TOO_BIG);
-    if (!ciSocket.SetSendTimeout(UDP_SEND_TIMEOUT)) {
-        WriteTrace("setting Socket TimeOut failed.");
-        return Fail(UDP_SEND_FAILED);
+    Sent lResult = SendDatagram(*apPacket);
+    if (lResult == Sent::SOCKET_FAILED && MendSocket())
+        lResult = SendDatagram(*apPacket);
+    if (lResult != Sent::DONE) {
+        ReportUnsent(lResult);
+        return Fail(ciSettings.mReopen && ciState != OPEN ? UDP_SOCKET_FAILED : UDP_SEND_FAILED);
     }
-    if (CNameResolutionDaemon::GetAddressState(ciAddress) == ADDRESS_UNREACHABLE)
-        return Fail(UDP_SEND_FAILED);
-    if (!ciSocket.Send(apPacket->cData, apPacket->GetSize())) {
-        char lMessage[64];
-        std::snprintf(lMessage, sizeof lMessage, "send to socket failed. Error: %d", ciSocket.GetLastError());
-        WriteTrace(lMessage);
-        return Fail(UDP_SEND_FAILED);
-    }
+    cOutage.End();
     ciBytesSent += apPacket->GetSize();
     return 1;
+}
+
+UDPIPLayer::Sent UDPIPLayer::SendDatagram(const Packet& aPacket) {
+    if (!ciSocket.SetSendTimeout(UDP_SEND_TIMEOUT)) {
+        std::snprintf(cFailure, sizeof cFailure, "setting Socket TimeOut failed.");
+        return Sent::SOCKET_FAILED;
+    }
+    if (CNameResolutionDaemon::GetAddressState(ciAddress) == ADDRESS_UNREACHABLE)
+        return Sent::UNREACHABLE;
+    if (ciSocket.Send(aPacket.cData, aPacket.GetSize()))
+        return Sent::DONE;
+    NoteFailure("send to socket failed. Error: %d");
+    return Sent::SOCKET_FAILED;
+}
+
+// A socket does not follow an interface that got another address or was made anew.
+bool UDPIPLayer::MendSocket() {
+    if (!ciSettings.mReopen || !cOutage.MayOpen())
+        return false;
+    ciSocket.Close();
+    ciState = CLOSED;
+    return OpenAndConnect();
+}
+
+void UDPIPLayer::ReportUnsent(Sent aResult) {
+    if (ciSettings.mReopen)
+        cOutage.Begin(aResult == Sent::UNREACHABLE ? "the destination does not answer." : cFailure);
+    else if (aResult == Sent::SOCKET_FAILED)
+        WriteTrace(cFailure);
+}
+
+void UDPIPLayer::NoteFailure(const char* apFormat) {
+    std::snprintf(cFailure, sizeof cFailure, apFormat, ciSocket.GetLastError());
 }
 
 uint32_t UDPIPLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "Networking/Outage.h"
 #include "Networking/Transport.h"
 #include "platform/Socket.h"
 
@@ -23,13 +24,17 @@ public:
     // address, "any" or null.  A receiver (direction 0) of a multicast group binds to any address and joins the group
     // on the interface of number aLocalInterface (GetInterfaceAddress), or on the system's default one when there is
     // no such interface.  Closes first when open.
-    // 1, or 0 with UDP_INVALID_PORT, UDP_INVALID_ADDRESS or UDP_SOCKET_FAILED (with a line on the console).
+    // 1, or 0 with UDP_INVALID_PORT, UDP_INVALID_ADDRESS or UDP_SOCKET_FAILED (with a line on the console).  A sender
+    // that is to open its socket anew (TransportSettings) gives 1 in the last case, and Send tries again.
     uint32_t OpenSocket(uint32_t aDirection, uint32_t aPort, const char* apAddress, uint32_t aLocalInterface);
     void CloseSocket();
 
     // Sends one datagram, waiting at most 10 ms.  1, or 0 with LAYER_TAG_NOT_REGISTERED, LAYER_PACKET_TOO_BIG or
     // UDP_SEND_FAILED: with a line in the trace file, or without one when the destination is known to be unreachable
     // (CNameResolutionDaemon).
+    // A sender that is to open its socket anew does so when the socket fails, at most once a second, and sends the
+    // datagram again; 0 with UDP_SOCKET_FAILED while it cannot be opened.  All failures in a row then leave one line in
+    // the trace file, and the end of them another.
     uint32_t Send(Packet* apPacket) override;
 
     // Waits at most *apTimeOut milliseconds (0: without limit) for a datagram.  1, apOut views it; 2 when none came or
@@ -55,7 +60,22 @@ public:
     platform::UdpSocket ciSocket;
 
 private:
+    enum class Sent { DONE, UNREACHABLE, SOCKET_FAILED };
+
+    bool OpenAndConnect();
+    bool MendSocket();
+    Sent SendDatagram(const Packet& aPacket);
+    void ReportUnsent(Sent aResult);
     uint32_t FailToReceive(const char* apFormat, bool aTakesNoTime);
-    bool ConnectOrBind(uint32_t aDirection, const char* apAddress, uint32_t aLocalInterface);
-    bool JoinGroup(uint32_t aGroup, uint32_t aLocalInterface);
+    void NoteFailure(const char* apFormat);
+    bool ConnectOrBind();
+    bool JoinGroup();
+
+    // What OpenSocket was asked for.
+    uint32_t cDirection = 0;
+    uint32_t cHost = 0;  // IPv4 address
+    uint32_t cLocalInterface = 0;
+
+    char cFailure[64] = "";  // of the last operation on the socket, as a line of text
+    Outage cOutage;          // of a sender that opens its socket anew
 };

@@ -25,6 +25,23 @@ bool OpenForMDI(DRMNetworkInterface& aEndpoint, const std::string& aAddress, uin
     return true;
 }
 
+bool OpenReceiver(const PlayerSettings& aSettings, DRMNetworkInterface& aReceiver) {
+    aReceiver.ciSettings.mFileSizeLimit = aSettings.mFileSizeLimit;
+    return OpenForMDI(aReceiver, "dcp.file.pft:" + aSettings.mInputFileName + ":0:0", 0);
+}
+
+bool OpenSender(const PlayerSettings& aSettings, DRMNetworkInterface& aSender) {
+    aSender.ciSettings.mInterface = aSettings.mInterface;
+    aSender.ciSettings.mTimeToLive = aSettings.mTimeToLive;
+    aSender.ciSettings.mDSCP = aSettings.mDSCP;
+    aSender.ciSettings.mReopen = aSettings.mContinueAfterErrors;
+    aSender.ciSupportedErrors = aSettings.mProtection;
+    const char* const lpParity = aSettings.mProtection > 0 ? "?fec=1" : "";
+    return OpenForMDI(
+        aSender,
+        "dcp.udp.pft://" + aSettings.mDrmOutputAddress + ":" + std::to_string(aSettings.mDrmOutputPort) + lpParity, 1);
+}
+
 bool StartEndpoint(DRMNetworkInterface& aEndpoint, const char* aRole) {
     if (aEndpoint.Start() == 1)
         return true;
@@ -36,12 +53,10 @@ bool StartEndpoint(DRMNetworkInterface& aEndpoint, const char* aRole) {
 
 bool StartEndpoints(const PlayerSettings& aSettings, PlayerEndpoints* apEndpoints) {
     apEndpoints->mReceiver = new DRMNetworkInterface(RECEIVING, MAX_NETWORK_DELAY);
-    if (!OpenForMDI(*apEndpoints->mReceiver, "dcp.file.pft:" + aSettings.mInputFileName + ":0:0", 0))
+    if (!OpenReceiver(aSettings, *apEndpoints->mReceiver))
         return false;
     apEndpoints->mSender = new DRMNetworkInterface(SENDING, 0);
-    const std::string lOutput =
-        "dcp.udp.pft://" + aSettings.mDrmOutputAddress + ":" + std::to_string(aSettings.mDrmOutputPort);
-    if (!OpenForMDI(*apEndpoints->mSender, lOutput, 1))
+    if (!OpenSender(aSettings, *apEndpoints->mSender))
         return false;
     return StartEndpoint(*apEndpoints->mReceiver, "receiver") && StartEndpoint(*apEndpoints->mSender, "sender");
 }
