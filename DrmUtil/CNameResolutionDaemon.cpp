@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "DrmUtil/resolve.h"
 #include "platform/Clock.h"
 #include "platform/HostLookup.h"
 #include "platform/Socket.h"
@@ -69,7 +68,9 @@ void Resolve(CAddressEntry* apEntry) {
 }
 
 void Probe(CAddressEntry* apEntry) {
-    if (!CNameResolutionDaemon::IsReachable(apEntry->miAddress)) {
+    const bool lIsGone = apEntry->miStatus == ADDRESS_UNREACHABLE;
+    const uint32_t lWait = lIsGone ? CNameResolutionDaemon::cReturnWait.load() : PROBE_WAIT_MS;
+    if (!CNameResolutionDaemon::IsReachable(apEntry->miAddress, lWait)) {
         if (!ProbeSocketRefused() && ++apEntry->mFailedProbes >= CNameResolutionDaemon::cProbeTries)
             apEntry->miStatus = ADDRESS_UNREACHABLE;
         return;
@@ -97,6 +98,7 @@ platform::Semaphore* CNameResolutionDaemon::cListLockSemaphore = nullptr;
 bool CNameResolutionDaemon::cListChanged = false;
 std::atomic<uint32_t> CNameResolutionDaemon::cPeriod = 0;
 std::atomic<uint32_t> CNameResolutionDaemon::cProbeTries = 1;
+std::atomic<uint32_t> CNameResolutionDaemon::cReturnWait = PROBE_WAIT_MS;
 
 CNameResolutionDaemon* CNameResolutionDaemon::GetInstance() {
     if (cInstance != nullptr)
@@ -225,7 +227,7 @@ bool CNameResolutionDaemon::IsLocalDestination(const char* aText) {
     return IsLocalHostName(aText) || IsLocalInterfaceAddress(aText);
 }
 
-bool CNameResolutionDaemon::IsReachable(const char* aAddress) {
+bool CNameResolutionDaemon::IsReachable(const char* aAddress, uint32_t aWait) {
     GetInstance();
-    return Ping(aAddress) == 1;
+    return Ping(aAddress, aWait) == 1;
 }

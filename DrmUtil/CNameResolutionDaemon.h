@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <list>
 
+#include "DrmUtil/resolve.h"
 #include "platform/Semaphore.h"
 
 constexpr size_t ENTRY_ADDRESS_SIZE = 16;  // characters with the NUL
@@ -51,8 +52,8 @@ public:
     static bool IsLocalInterfaceAddress(const char* aText);  // of the first ten addresses
     static bool IsLocalDestination(const char* aText);
 
-    // Whether a probe is answered.
-    static bool IsReachable(const char* aAddress);
+    // Whether a probe is answered, waiting aWait milliseconds (resolve.h).
+    static bool IsReachable(const char* aAddress, uint32_t aWait = PROBE_WAIT_MS);
 
     // The daemon's thread: passes without end.
     virtual void Run();
@@ -70,6 +71,10 @@ public:
     // So many probes of a destination in a row, one in each pass, must fail before it is unreachable.  0: there is no
     // probe, and every destination is usable and not listed.  To be set before the first question.
     static std::atomic<uint32_t> cProbeTries;
+
+    // How long the probe of a destination that is unreachable waits for an answer, in milliseconds: the less, the
+    // sooner its return is noticed, but it must exceed the time of the longest way there and back.
+    static std::atomic<uint32_t> cReturnWait;
 
 private:
     CNameResolutionDaemon();

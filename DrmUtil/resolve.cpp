@@ -46,9 +46,9 @@ void PrintReply(const platform::SocketAddress& aSource, uint32_t aElapsed) {
 
 // Awaits what comes after the request that went out at the tick aSent; the first receive is posted.
 int AwaitReply(platform::ProbeSocket& aSocket, platform::SocketAddress* apSource, const char* aDestination,
-               uint32_t aSent) {
+               uint32_t aSent, uint32_t aWait) {
     for (int lExamined = 0; lExamined < PROBE_MAX_RECEIVES; ++lExamined) {
-        switch (aSocket.WaitForReceive(PROBE_WAIT_MS)) {
+        switch (aSocket.WaitForReceive(aWait)) {
             case platform::ProbeSocket::WaitResult::COMPLETED:
                 break;
             case platform::ProbeSocket::WaitResult::TIMED_OUT:
@@ -69,7 +69,8 @@ int AwaitReply(platform::ProbeSocket& aSocket, platform::SocketAddress* apSource
 }
 
 // The probe between two addresses that are resolved.
-int Probe(const char* aDestination, const platform::SocketAddress& aTo, const platform::SocketAddress& aFrom) {
+int Probe(const char* aDestination, const platform::SocketAddress& aTo, const platform::SocketAddress& aFrom,
+          uint32_t aWait) {
     platform::SocketAddress lSource;  // outlives the socket: a receive is posted into it
     platform::ProbeSocket lSocket;
     sSocketRefused = !lSocket.Open();
@@ -94,12 +95,12 @@ int Probe(const char* aDestination, const platform::SocketAddress& aTo, const pl
     const uint32_t lSent = platform::TickCount();
     if (!lSocket.Send(lRequest.get(), ECHO_REQUEST_SIZE, aTo))
         return Failed("sendto", lSocket.GetLastError());
-    return AwaitReply(lSocket, &lSource, aDestination, lSent);
+    return AwaitReply(lSocket, &lSource, aDestination, lSent, aWait);
 }
 
 }  // namespace
 
-int Ping(const char* aDestination) {
+int Ping(const char* aDestination, uint32_t aWait) {
     sSocketRefused = false;
     int lError = 0;
     if (!platform::StartSockets(&lError)) {
@@ -117,7 +118,7 @@ int Ping(const char* aDestination) {
         platform::Print("Unable to obtain the bind address!\n");
         return PROBE_FAILED;
     }
-    return Probe(aDestination, lDestination[0], lWildcard[0]);
+    return Probe(aDestination, lDestination[0], lWildcard[0], aWait);
 }
 
 bool ProbeSocketRefused() {

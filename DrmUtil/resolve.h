@@ -17,10 +17,10 @@ constexpr uint32_t PROBE_WAIT_MS = 3000;  // for each reception
 constexpr int PROBE_MAX_RECEIVES = 4;
 
 // Asks the host at a dotted IPv4 address for an echo, in the manner of a command-line ping, and waits for any ICMP
-// message from it, through at most four receptions of 3 s each.
-// 1 when one came; 0 when 3 s passed without any message, or four came from other hosts, which a raw socket receives
+// message from it, through at most four receptions of aWait milliseconds each.
+// 1 when one came; 0 when aWait passed without any message, or four came from other hosts, which a raw socket receives
 // too; -1 when the probe could not be made.  One thread only.
-int Ping(const char* aDestination);
+int Ping(const char* aDestination, uint32_t aWait = PROBE_WAIT_MS);
 
 // Whether the last Ping gave -1 because no socket for it could be had.
 bool ProbeSocketRefused();

@@ -7,6 +7,21 @@
 #include "platform/Console.h"
 #include "platform/Socket.h"
 
+namespace {
+
+// Units go out again within 3 s of a destination's return: this wait, the second between probes and a frame.
+constexpr uint32_t RETURN_WAIT = 1400;  // milliseconds
+
+void ApplyToProcess(const PlayerSettings& aSettings) {
+    if (aSettings.mQuietConsole)
+        platform::QuietConsole();
+    CNameResolutionDaemon::cProbeTries = aSettings.mProbeTries;
+    if (aSettings.mContinueAfterErrors)
+        CNameResolutionDaemon::cReturnWait = RETURN_WAIT;
+}
+
+}  // namespace
+
 void RunPlayer() {
     platform::Print(
         "******************************************\n"
@@ -16,9 +31,7 @@ void RunPlayer() {
     PlayerSettings lSettings;
     if (!ReadPlayerSettings(&lSettings))
         return;
-    if (lSettings.mQuietConsole)
-        platform::QuietConsole();
-    CNameResolutionDaemon::cProbeTries = lSettings.mProbeTries;
+    ApplyToProcess(lSettings);
     if (!platform::StartSockets()) {
         platform::Print("WSAStartup KO");
         return;
