@@ -14,7 +14,7 @@ struct AddressOption {
     bool mFirst;  // counts as the first option only
 };
 
-const AddressOption OPTIONS[] = {{"fec=", "0|1", true}, {"crc=", "0|1", false}};
+const AddressOption OPTIONS[] = {{"fec=", "0|1", true}, {"crc=", "0|1", false}, {"live=", "0|1", false}};
 
 bool Takes(const AddressOption& aOption, const std::string& aWord) {
     const std::vector<std::string> lValues = Parts(aOption.mValues, '|');

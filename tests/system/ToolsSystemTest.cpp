@@ -295,7 +295,7 @@ TEST_F(ToolsSystemTest, NamesWrongUsageAndWhatFails) {
         std::string mError;
     } const CASES[] = {
         {MDI_DUMP " dcp.udp.pft://any:5000?ttl=4", 2,
-         "mdi-dump: dcp.udp.pft://any:5000?ttl=4: 'ttl=4' is no option; options are fec=0|1, crc=0|1"},
+         "mdi-dump: dcp.udp.pft://any:5000?ttl=4: 'ttl=4' is no option; options are fec=0|1, crc=0|1, live=0|1"},
         {MDI_DUMP " --units=0 x", 2, "mdi-dump: -n,--units takes 1..., not '0'; see --help"},
         {MDI_DUMP " --units=0x9 x", 2, "mdi-dump: -n,--units takes 1..., not '0x9'; see --help"},
         {MDI_DUMP " rec.mdi", 2,
@@ -435,7 +435,7 @@ TEST_F(ToolsSystemTest, ParityCarriesUnitsOverALossyLink) {
                       "-recorder");
     ASSERT_TRUE(Eventually([] { return std::filesystem::exists("got.mdi"); }));
     Process lSender({DCP_RELAY, "--fast", "dcp.file:rec.mdi:0:0",
-                     "dcp.udp.pft://127.0.0.1:" + std::to_string(lPort) + "?fec=1&crc=1"});
+                     "dcp.udp.pft://127.0.0.1:" + std::to_string(lPort) + "?fec=1&crc=1&live=0"});
     for (size_t lUnit = 0; lUnit < lUnits.size(); ++lUnit)
         lLink.PassPacket(lUnit + 1 < lUnits.size());
     EXPECT_EQ(0, lSender.ExitCode());

@@ -85,7 +85,7 @@ TEST(EndpointTest, RefusesAddressesThatMeanSomethingElse) {
     const std::string FORM = "of the form dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0";
     const std::string PORT = "a UDP port is a number from 1024 to 65535";
     const std::string HOST = "a host is a dotted IPv4 address, or any to receive";
-    const std::string OPTIONS = "options are fec=0|1, crc=0|1";
+    const std::string OPTIONS = "options are fec=0|1, crc=0|1, live=0|1";
     const struct {
         uint32_t mDirection;
         const char* mAddress;
