@@ -23,9 +23,10 @@ protected:
     static void Configure(const std::string& aSettings) {
         std::ofstream("VESTRAL Tessavox.ini") << "[Settings]\n" << aSettings;
     }
-    void ConfigureToPlay(const std::string& aFile, const std::string& aAddress = "127.0.0.1") {
+    void ConfigureToPlay(const std::string& aFile, const std::string& aAddress = "127.0.0.1",
+                         const std::string& aMore = "") {
         Configure("InputFileName=" + aFile + "\nDrmOutputAddress=" + aAddress +
-                  "\nDrmOutputPort=" + std::to_string(cPort));
+                  "\nDrmOutputPort=" + std::to_string(cPort) + "\n" + aMore);
     }
     static void MakeRecording(const std::string& aOptions) {
         ASSERT_EQ(0, std::system((std::string(MDI_MAKE) + " " + aOptions + " rec.mdi >/dev/null").c_str()));

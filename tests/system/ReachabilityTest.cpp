@@ -37,9 +37,9 @@ protected:
     static bool Says(const std::string& aText) {
         return Eventually([&aText] { return ReadFile("console").find(aText) != std::string::npos; });
     }
-    void PlayToPeer() {
+    void PlayToPeer(const std::string& aMoreSettings = "") {
         MakeRecording("--frames 3");
-        ConfigureToPlay("rec.mdi", PEER);
+        ConfigureToPlay("rec.mdi", PEER, aMoreSettings);
         Hosts().AtThere([this] { Listen(platform::ParseAddress(PEER)); });
     }
 };
@@ -162,6 +162,29 @@ TEST_F(ReachabilityTest, ThePlayerNeedsNoPrivileges) {
             EXPECT_EQ(lCounter, NextCounter());
         EXPECT_TRUE(lPlayer.StillRuns());
     }
+}
+
+// Last, as the silent neighbours are not known to the interface any more when it comes up again.
+TEST_F(ReachabilityTest, ThePlayerGoesOnAfterOutages) {
+    TwoHosts::ChangeHere("link set here down");
+    PlayToPeer("SendErrors=continue\nProbeTries=0");
+    Player lPlayer;
+    EXPECT_TRUE(Says("DRM Sender Error 9\n"));
+    TwoHosts::ChangeHere("link set here up");
+    int64_t lCounter = NextCounter();
+    EXPECT_GT(lCounter, 0);
+    EXPECT_TRUE(Says("DRM Sender Error 9 has ended\n"));
+
+    TwoHosts::ChangeHere("addr del 10.77.0.1/24 dev here");
+    ASSERT_TRUE(Eventually([] { return TraceLines().size() == 3; }));
+    TwoHosts::ChangeHere("addr add 10.77.0.3/24 dev here");
+    int64_t lNext = NextCounter();
+    for (; lNext == lCounter + 1; lNext = NextCounter())
+        lCounter = lNext;
+    EXPECT_GT(lNext, lCounter);
+    EXPECT_TRUE(lPlayer.StillRuns());
+    EXPECT_EQ(4u, TraceLines().size());
+    TwoHosts::ChangeHere("addr add 10.77.0.1/24 dev here");
 }
 
 }  // namespace

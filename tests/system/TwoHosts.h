@@ -58,6 +58,9 @@ public:
         setns(cHere, CLONE_NEWNET);
     }
 
+    // Has the "ip" command change something on the first host.
+    static void ChangeHere(const std::string& aWords) { EXPECT_TRUE(Shell("ip " + aWords)); }
+
     void SetCable(const char* aState) {
         AtThere([aState] { EXPECT_TRUE(Shell(std::string("ip link set there ") + aState)); });
     }
