@@ -6,7 +6,7 @@
 std::optional<ByteView> CaptureFragments::Add(const IPv4Packet& aFragment, uint64_t aTime) {
     Slot* lpSlot = Find(aFragment, aTime);
     if (lpSlot == nullptr) {
-        lpSlot = MakeRoom();
+        lpSlot = MakeRoom(aTime);
         Begin(lpSlot, aFragment, aTime);
     } else if (!lpSlot->Fits(aFragment)) {
         Begin(lpSlot, aFragment, aTime);
@@ -39,13 +39,16 @@ CaptureFragments::Slot* CaptureFragments::Find(const IPv4Packet& aFragment, uint
     return nullptr;
 }
 
-// A new place, or else that of the packet that began first.
-CaptureFragments::Slot* CaptureFragments::MakeRoom() {
+// A new place, or else the oldest of those that nothing is expected in, or else the oldest.
+CaptureFragments::Slot* CaptureFragments::MakeRoom(uint64_t aTime) {
     if (cSlots.size() < MAX_FRAGMENTED_PACKETS) {
         return &cSlots.emplace_back();
     }
+    const auto Worth = [&](const Slot& aSlot) {
+        return std::make_pair(aSlot.IsWaiting() && !aSlot.IsExpired(aTime), aSlot.mNumber);
+    };
     return &*std::min_element(cSlots.begin(), cSlots.end(),
-                              [](const Slot& aLeft, const Slot& aRight) { return aLeft.mNumber < aRight.mNumber; });
+                              [&](const Slot& aLeft, const Slot& aRight) { return Worth(aLeft) < Worth(aRight); });
 }
 
 void CaptureFragments::Begin(Slot* apSlot, const IPv4Packet& aFragment, uint64_t aTime) {

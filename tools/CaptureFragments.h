@@ -50,7 +50,7 @@ private:
     };
 
     Slot* Find(const IPv4Packet& aFragment, uint64_t aTime);
-    Slot* MakeRoom();
+    Slot* MakeRoom(uint64_t aTime);
     void Begin(Slot* apSlot, const IPv4Packet& aFragment, uint64_t aTime);
 
     std::vector<Slot> cSlots;

@@ -191,27 +191,36 @@ TEST(CaptureDecoderTest, PutsFragmentsTogether) {
     }
 }
 
-// So many packets of which the first fragment came keep the place of an older one, or so much time.
+// A packet that lacks a fragment is given up for newer ones that lack one, or after some time, but not for whole ones.
 TEST(CaptureDecoderTest, GivesUpTheOldestFragments) {
     const std::string FIRST = Hex(Fragment("2000", "1000 1388 0010 0000"));
     const std::string LAST = Hex(Fragment("0001", "3132333435363738"));
-    for (const bool lByTime : {false, true}) {
-        for (const size_t lBetween : lByTime ? std::vector<size_t>{29, 30} : std::vector<size_t>{63, 64}) {
-            CaptureDecoder lDecoder(LinkType::RAW_IP, {});
-            uint64_t lTime = 0;
-            CaptureDatagram lDatagram;
-            const auto Take = [&](const std::string& aBytes) {
-                lTime += lByTime ? 1'000'000 : 1;
-                return lDecoder.Take({{Octets(aBytes), aBytes.size()}, 0, lTime, 0}, &lDatagram);
-            };
-            Take(FIRST);
-            for (size_t lPacket = 0; lPacket < lBetween; ++lPacket) {
-                std::string lOther = FIRST;
-                lOther.replace(4, 2, Number(lPacket, 2));
-                EXPECT_FALSE(Take(lByTime ? "" : lOther));
-            }
-            EXPECT_EQ(lBetween % 2 == 1, Take(LAST)) << lBetween;
+    struct {
+        size_t mOthers;   // packets that come between the two fragments
+        bool mWhole;      // both fragments of each, or only the first
+        uint64_t mPause;  // between packets, in milliseconds
+        bool mKept;
+    } const CASES[] = {{63, false, 0, true},
+                       {64, false, 0, false},
+                       {200, true, 0, true},
+                       {28, true, 1000, true},
+                       {30, true, 1000, false}};
+    for (const auto& lCase : CASES) {
+        CaptureDecoder lDecoder(LinkType::RAW_IP, {});
+        uint64_t lTime = 0;
+        CaptureDatagram lDatagram;
+        const auto Take = [&](std::string aBytes, size_t aId) {
+            aBytes.replace(4, 2, Number(aId, 2));
+            return lDecoder.Take({{Octets(aBytes), aBytes.size()}, 0, lTime, 0}, &lDatagram);
+        };
+        Take(FIRST, 1000);
+        for (size_t lOther = 0; lOther < lCase.mOthers; ++lOther) {
+            lTime += lCase.mPause * 1000;
+            Take(FIRST, lOther);
+            EXPECT_EQ(lCase.mWhole, lCase.mWhole && Take(LAST, lOther));
         }
+        lTime += lCase.mPause * 1000;
+        EXPECT_EQ(lCase.mKept, Take(LAST, 1000)) << lCase.mOthers << " others, pause " << lCase.mPause;
     }
 }
 
