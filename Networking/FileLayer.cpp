@@ -1,19 +1,33 @@
 #include "Networking/FileLayer.h"
 
+#include <algorithm>
+#include <cinttypes>
 #include <cstring>
+#include <optional>
 #include <utility>
+#include <vector>
 
 #include "Networking/ByteOrder.h"
 #include "Networking/FrameTime.h"
+#include "Networking/RecordingImage.h"
+#include "Networking/RecordingStream.h"
 #include "platform/Clock.h"
 #include "platform/Console.h"
-#include "platform/File.h"
 #include "platform/Thread.h"
 
 namespace {
 
 constexpr uint32_t AF_SEQUENCE_OFFSET = 6;
 constexpr uint32_t PFT_SEQUENCE_OFFSET = 2;
+
+// A long stretch without a packet that can be used does not take the whole processor: so many bytes, then a pause in
+// milliseconds.  A file that is held in memory has no such stretch.
+constexpr uint64_t SKIPPED_BYTES = FILE_MAX_SIZE;
+constexpr uint32_t SKIPPING_PAUSE = 10;
+
+void PrintTooBig(int64_t aLength) {
+    platform::Print("MDI file size (%" PRId64 ") is too big.\n", aLength);
+}
 
 }  // namespace
 
@@ -28,43 +42,48 @@ FileLayer::FileLayer()
 
 uint32_t FileLayer::Open(const char* apPath, bool aWrite, uint32_t aLimit) {
     Close();
-    ciFileSize = 0;
-    ciReadOffset = 0;
-    ciAtEnd = false;
-    cCutOff = false;
-    if (aWrite) {
-        ciRecordLimit = aLimit;
-        ciRecordCount = 0;
-    }
-    std::FILE* const lpFile = std::fopen(apPath, aWrite ? "w+b" : "rb");
-    if (lpFile == nullptr) {
+    platform::FilePointer lFile(std::fopen(apPath, aWrite ? "w+b" : "rb"));
+    if (lFile == nullptr) {
         platform::Print("\n\tUnable to open MDI file\n");
         return Fail(FILE_OPEN_FAILED);
     }
-    if (aWrite) {
-        // Unbuffered: a full disk shows at the record that did not fit, and a crash loses none.
-        std::setvbuf(lpFile, nullptr, _IONBF, 0);
-        ciFile = lpFile;
-        ciOpen = true;
-        return 1;
-    }
-    const uint32_t lResult = ReadImage(lpFile);
-    std::fclose(lpFile);
-    return lResult;
+    if (!aWrite)
+        return OpenToPlay(apPath, std::move(lFile));
+    ciRecordLimit = aLimit;
+    ciRecordCount = 0;
+    cRecordedBytes = 0;
+    // Unbuffered: a full disk shows at the record that did not fit, and a crash loses none.
+    std::setvbuf(lFile.get(), nullptr, _IONBF, 0);
+    ciFile = lFile.release();
+    ciOpen = true;
+    return 1;
 }
 
-uint32_t FileLayer::ReadImage(std::FILE* apFile) {
-    const bool lSought = std::fseek(apFile, 0, SEEK_END) == 0;
-    const long lLength = lSought ? std::ftell(apFile) : -1;
-    std::rewind(apFile);
-    const bool lFits = lLength >= 0 && lLength <= static_cast<long>(FILE_MAX_SIZE);
-    const size_t lSize = lFits ? static_cast<size_t>(lLength) : 0;
-    ciImage = std::make_unique<unsigned char[]>(lSize);
-    if (!lFits || std::fread(ciImage.get(), 1, lSize, apFile) != lSize) {
-        platform::Print("MDI file size (%d) is too big.\n", static_cast<int>(lLength));
-        return Fail(FILE_OPEN_FAILED);
+uint32_t FileLayer::OpenToPlay(const char* apPath, platform::FilePointer aFile) {
+    const std::optional<uint64_t> lLength = platform::FileLength(aFile.get());
+    std::unique_ptr<RecordingBytes> lRecording;
+    if (lLength && *lLength <= FILE_MAX_SIZE) {
+        std::vector<unsigned char> lBytes(static_cast<size_t>(*lLength));
+        if (platform::ReadFileAt(aFile.get(), 0, lBytes.data(), lBytes.size()) == lBytes.size())
+            lRecording = std::make_unique<RecordingImage>(std::move(lBytes));
+    } else if (lLength) {
+        lRecording = std::make_unique<RecordingStream>(apPath, std::move(aFile));
     }
-    ciFileSize = static_cast<uint32_t>(lSize);
+    if (lRecording != nullptr && Open(std::move(lRecording)) == 1)
+        return 1;
+    PrintTooBig(lLength ? static_cast<int64_t>(*lLength) : -1);
+    return Fail(FILE_OPEN_FAILED);
+}
+
+uint32_t FileLayer::Open(std::unique_ptr<RecordingBytes> aRecording) {
+    Close();
+    const uint64_t lSize = aRecording->BeginPass();
+    const size_t lBeginning = static_cast<size_t>(std::min<uint64_t>(lSize, RECORD_HEADER_SIZE));
+    const bool lReadable = lBeginning == 0 || aRecording->View(0, lBeginning) != nullptr;
+    if (lSize > ciSettings.mFileSizeLimit || !lReadable)
+        return Fail(FILE_OPEN_FAILED);
+    ciFileSize = lSize;
+    cRecording = std::move(aRecording);
     ciOpen = true;
     return 1;
 }
@@ -72,11 +91,14 @@ uint32_t FileLayer::ReadImage(std::FILE* apFile) {
 void FileLayer::Close() {
     const platform::StopGuard lGuard;
     ciOpen = false;
-    std::FILE* const lpFile = std::exchange(ciFile, nullptr);
-    if (lpFile == nullptr)
-        return;
-    platform::SyncFile(lpFile);
-    std::fclose(lpFile);
+    cRecording = nullptr;
+    ciFileSize = 0;
+    ciReadOffset = 0;
+    ciAtEnd = false;
+    cCutOff = false;
+    const platform::FilePointer lFile(std::exchange(ciFile, nullptr));
+    if (lFile != nullptr)
+        platform::SyncFile(lFile.get());
 }
 
 uint32_t FileLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {
@@ -98,8 +120,13 @@ uint32_t FileLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagI
 
 uint32_t FileLayer::FindPacketOnce() {
     while (!ciAtEnd && !cCutOff && ciReadOffset + RECORD_HEADER_SIZE <= ciFileSize) {
-        if (NextRecord() == Scan::FOUND)
+        const Scan lScan = NextRecord();
+        if (lScan == Scan::FOUND)
             return 1;
+        if (lScan == Scan::FAILED) {
+            FailPass();
+            ciAtEnd = true;
+        }
     }
     if (!ciAtEnd)
         EndPass();
@@ -109,22 +136,28 @@ uint32_t FileLayer::FindPacketOnce() {
 }
 
 uint32_t FileLayer::FindPacket() {
-    if (ciFileSize < RECORD_HEADER_SIZE) {
-        platform::Print("MDI File is too short (%d).\n", static_cast<int>(ciFileSize));
-        return 0;
-    }
+    uint64_t lNextPause = ciReadOffset + SKIPPED_BYTES;
     // From inside the file, its rest and one whole pass.
     for (int lPassesLeft = ciReadOffset == 0 ? 1 : 2; lPassesLeft > 0;) {
+        if (ciReadOffset == 0 && !BeginPass())
+            return 0;
         if (ciReadOffset + RECORD_HEADER_SIZE > ciFileSize) {
             EndPass();
             ciReadOffset = 0;
+            lNextPause = SKIPPED_BYTES;
             --lPassesLeft;
             continue;
+        }
+        if (ciReadOffset >= lNextPause) {
+            platform::Sleep(SKIPPING_PAUSE);
+            lNextPause = ciReadOffset + SKIPPED_BYTES;
         }
         const bool lFirstRecord = ciReadOffset == 0;
         const Scan lScan = NextRecord();
         if (lScan == Scan::FOUND)
             return 1;
+        if (lScan == Scan::FAILED)
+            return FailPass();
         if (lScan == Scan::CUT_OFF && !lFirstRecord) {
             ciError = FILE_END;
             return 2;
@@ -137,6 +170,22 @@ uint32_t FileLayer::FindPacket() {
     return 0;
 }
 
+// False, with a line on the console, when there is nothing to play now.
+bool FileLayer::BeginPass() {
+    ciFileSize = cRecording != nullptr ? cRecording->BeginPass() : 0;
+    if (ciFileSize > ciSettings.mFileSizeLimit) {
+        Report(StackEvent::RECORDING_FAILED);
+        PrintTooBig(static_cast<int64_t>(ciFileSize));
+        ciError = FILE_OPEN_FAILED;
+        return false;
+    }
+    if (ciFileSize < RECORD_HEADER_SIZE) {
+        platform::Print("MDI File is too short (%d).\n", static_cast<int>(ciFileSize));
+        return false;
+    }
+    return true;
+}
+
 void FileLayer::EndPass() {
     if (ciReadOffset < ciFileSize && !cCutOff) {  // what is left is too short for a record
         NoteRecord();
@@ -144,6 +193,15 @@ void FileLayer::EndPass() {
     }
     cCutOff = false;
     Report(StackEvent::PASS_ENDED);
+}
+
+uint32_t FileLayer::FailPass() {
+    Report(StackEvent::RECORDING_FAILED);
+    Report(StackEvent::PASS_ENDED);
+    cCutOff = false;
+    ciReadOffset = 0;
+    platform::Print("MDI File cannot be read at byte %" PRIu64 ".\n", Input().mOffset);
+    return Fail(FILE_OPEN_FAILED);
 }
 
 // For the reports to come: what they are about is the record at ciReadOffset.
@@ -165,7 +223,10 @@ FileLayer::Scan FileLayer::NextRecord() {
 }
 
 FileLayer::Scan FileLayer::ScanRecord() {
-    std::memcpy(ciRecordHeader, ciImage.get() + ciReadOffset, RECORD_HEADER_SIZE);
+    const unsigned char* const lpHeader = cRecording->View(ciReadOffset, RECORD_HEADER_SIZE);
+    if (lpHeader == nullptr)
+        return Scan::FAILED;
+    std::memcpy(ciRecordHeader, lpHeader, RECORD_HEADER_SIZE);
     const RecordHeader lHeader = ParseRecordHeader(ciRecordHeader);
     ciReadOffset += lHeader.mHeaderSize;
     if (!lHeader.mHasPacket)
@@ -176,9 +237,12 @@ FileLayer::Scan FileLayer::ScanRecord() {
     }
     if (lHeader.mPacketSize > ciFileSize - ciReadOffset)
         return Scan::CUT_OFF;
+    const unsigned char* const lpPacket = cRecording->View(ciReadOffset, static_cast<size_t>(lHeader.mPacketSize));
+    if (lpPacket == nullptr)
+        return Scan::FAILED;
     ciPacket->Rewind();
     ciPacket->SetSize(0);
-    ciPacket->Write(static_cast<uint32_t>(lHeader.mPacketSize), ciImage.get() + ciReadOffset);
+    ciPacket->Write(static_cast<uint32_t>(lHeader.mPacketSize), lpPacket);
     ciReadOffset += lHeader.mPacketSize;
     SetTag(ciProtocol, *ciPacket);
     return IsThisTagRegistered(ciProtocol) ? Scan::FOUND : Scan::SKIPPED;
@@ -213,10 +277,11 @@ uint32_t FileLayer::WriteRecord(const Packet& aPacket) {
     WriteRecordHeader(ciRecordHeader, aPacket.GetSize(), &lTime);
     if (ciFile == nullptr)
         return Fail(FILE_WRITE_FAILED);
-    const long lStart = std::ftell(ciFile);
     if (std::fwrite(ciRecordHeader, 1, RECORD_HEADER_SIZE, ciFile) == RECORD_HEADER_SIZE &&
-        std::fwrite(aPacket.cData, 1, aPacket.GetSize(), ciFile) == aPacket.GetSize())
+        std::fwrite(aPacket.cData, 1, aPacket.GetSize(), ciFile) == aPacket.GetSize()) {
+        cRecordedBytes += RECORD_HEADER_SIZE + aPacket.GetSize();
         return 1;
-    platform::CutFile(ciFile, lStart);  // no piece of a record stays: readers would lose their step
+    }
+    platform::CutFile(ciFile, cRecordedBytes);  // no piece of a record stays: readers would lose their step
     return Fail(FILE_WRITE_FAILED);
 }

@@ -14,11 +14,14 @@ struct TransportTraits {
     bool mFileMode = false;       // received sequence numbers are not followed (AFLayer)
 };
 
+constexpr uint64_t FILE_MAX_SIZE =
+    524288;  // bytes of a recording that is played unless the endpoint's user allows more
+
 // Wishes of the endpoint's user to its transport.  The defaults are the fixed behaviour.
 struct TransportSettings {
     // Of recordings.
-    bool mOnePass = false;             // it is read once, without pauses; then the transport is at its end
-    uint64_t mFileSizeLimit = 524288;  // bytes of a recording that is played
+    bool mOnePass = false;                    // it is read once, without pauses; then the transport is at its end
+    uint64_t mFileSizeLimit = FILE_MAX_SIZE;  // bytes of a recording that is played
 
     // Of networks.
     bool mLive = false;        // datagrams of any length are taken, and silence and foreign datagrams leave no line

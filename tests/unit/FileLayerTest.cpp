@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <fstream>
+#include <functional>
 #include <string>
 #include <tuple>
 
+#include "Networking/RecordingStream.h"
 #include "platform/Clock.h"
 #include "tests/unit/FakeTransport.h"
 #include "tests/unit/TestSupport.h"
@@ -48,18 +50,28 @@ protected:
 
     // The first bytes of the packets that aCount requests give, or the result and code of a request that gave none.
     // Each request must do without the wait that the one before asked for.
-    std::string Receive(std::ptrdiff_t aCount) {
+    std::string Receive(std::ptrdiff_t aCount, size_t aBytes = 3) {
         std::string lAll;
         Packet lOut(0);
         while (aCount-- > 0) {
             uint32_t lTimeOut = 0;
             const uint32_t lResult = cLayer.Receive(&lOut, &lTimeOut, 0);
             EXPECT_EQ(lResult == 1 ? 0u : RETRY_DELAY, lTimeOut);
-            lAll += lResult == 1 ? BytesOf(lOut).substr(0, 3)
+            lAll += lResult == 1 ? BytesOf(lOut).substr(0, aBytes)
                                  : std::to_string(lResult) + ":" + std::to_string(cLayer.GetError());
             lAll += " ";
         }
         return lAll;
+    }
+
+    // Opens rec.mdi to be played from memory, or through the smallest buffer there may be.
+    void Play(bool aStreamed) {
+        if (!aStreamed) {
+            ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
+            return;
+        }
+        platform::FilePointer lFile(std::fopen("rec.mdi", "rb"));
+        ASSERT_EQ(1u, cLayer.Open(std::make_unique<RecordingStream>("rec.mdi", std::move(lFile), RECORDING_MAX_VIEW)));
     }
 
     uint32_t SendPacket(const std::string& aBytes) {
@@ -107,9 +119,11 @@ TEST_F(FileLayerTest, PlaysWhatItCanAndNamesWhatItCannot) {
     for (const auto& lCase : CASES) {
         SCOPED_TRACE(lCase.mName);
         WriteFile(lCase.mFile);
-        ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
         const auto lRequests = std::count(lCase.mExpected.begin(), lCase.mExpected.end(), ' ');
-        EXPECT_EQ(lCase.mConsole, Printed([&] { EXPECT_EQ(lCase.mExpected, Receive(lRequests)); }));
+        for (const bool lStreamed : {false, true}) {
+            Play(lStreamed);
+            EXPECT_EQ(lCase.mConsole, Printed([&] { EXPECT_EQ(lCase.mExpected, Receive(lRequests)); })) << lStreamed;
+        }
     }
 }
 
@@ -129,7 +143,7 @@ TEST_F(FileLayerTest, ReadsARecordingOnceAndNamesItsFaults) {
         SCOPED_TRACE(lFile.substr(0, 50));
         WriteFile(lFile);
         cLayer.ciSettings.mOnePass = true;
-        ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
+        Play(lFile.size() % 2 == 0);
         EventCounts lEvents(cLayer);
         std::string lPackets;
         Packet lOut(0);
@@ -183,6 +197,73 @@ TEST_F(FileLayerTest, OpensUpToItsLimit) {
     std::ofstream(lLongPath) << A;
     EXPECT_EQ("1:0", Opened(lLongPath));
     EXPECT_EQ("AF1 ", Receive(1));
+}
+
+TEST_F(FileLayerTest, StreamsWhatIsTooLongForMemory) {
+    std::string lRecording;
+    std::string lExpected;
+    for (int lNumber = 100; lNumber < 1000; ++lNumber) {
+        lRecording += Record("AF" + std::to_string(lNumber) + std::string(static_cast<size_t>(lNumber), 'x'));
+        lExpected += "AF" + std::to_string(lNumber) + " ";
+    }
+    WriteFile(lRecording);
+    cLayer.ciSettings.mFileSizeLimit = lRecording.size();
+    ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
+    EXPECT_EQ(lExpected + lExpected, Receive(1800, 5));
+    std::ofstream("rec.mdi", std::ios::app) << A;  // is beyond the limit
+    const std::string lTooBig = "MDI file size (" + std::to_string(lRecording.size() + A.size()) + ") is too big.\n";
+    EXPECT_EQ(lTooBig, Printed([&] { EXPECT_EQ("0:10 ", Receive(1)); }));
+}
+
+TEST_F(FileLayerTest, PlaysAcrossAllOffsets) {
+    const std::string lGap = Item("junk", 0xFFFFFFFF, "");  // 512 MiB
+    std::ofstream lFile("rec.mdi", std::ios::binary);
+    lFile << A;
+    for (int lCount = 0; lCount < 9; ++lCount)
+        lFile << lGap << std::flush && lFile.seekp(0x1FFFFFFF + 1, std::ios::cur);
+    lFile << B << C << std::flush;
+    cLayer.ciSettings.mFileSizeLimit = UINT64_MAX;
+    ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
+    EXPECT_EQ("AF1 PF2 AF3 AF1 PF2 ", Receive(5));
+}
+
+TEST_F(FileLayerTest, LosesAPassOfAFileThatChanges) {
+    const std::string D = Record("AF4" + std::string(4965, 'x'));  // fills the buffer
+    const auto lReplace = [](const std::string& aBytes) {
+        std::filesystem::rename("rec.mdi", "old.mdi");
+        WriteFile(aBytes);
+    };
+    const auto lTruncate = [](size_t aSize) { std::filesystem::resize_file("rec.mdi", aSize); };
+    struct {
+        const char* mName;
+        std::function<void()> mChange;  // after A of A, D and B was played
+        std::string mExpected;
+        std::string mConsole;
+        uint64_t mFailures;
+    } const CASES[] = {
+        {"cut between records", [&] { lTruncate(A.size()); }, "0:10 AF1 AF1 ",
+         "MDI File cannot be read at byte " + std::to_string(A.size()) + ".\n", 1},
+        {"cut in a packet", [&] { lTruncate(A.size() + 100); }, "0:10 AF1 2:13 ",
+         "MDI File cannot be read at byte " + std::to_string(A.size()) + ".\n", 1},
+        {"emptied", [&] { lTruncate(0); }, "0:10 0:0 0:0 ",
+         "MDI File cannot be read at byte " + std::to_string(A.size()) +
+             ".\nMDI File is too short (0).\nMDI File is too short (0).\n",
+         1},
+        {"appended to", [&] { std::ofstream("rec.mdi", std::ios::app) << C; }, "AF4 PF2 AF1 AF4 PF2 AF3 AF1 ", "", 0},
+        {"replaced", [&] { lReplace(C + B); }, "AF4 PF2 AF3 PF2 AF3 ", "", 0},
+        {"removed", [] { std::filesystem::remove("rec.mdi"); }, "AF4 PF2 AF1 AF4 PF2 ", "", 0},
+    };
+    for (const auto& lCase : CASES) {
+        SCOPED_TRACE(lCase.mName);
+        WriteFile(A + D + B);
+        Play(true);
+        EventCounts lEvents(cLayer);
+        EXPECT_EQ("AF1 ", Receive(1));
+        lCase.mChange();
+        const auto lRequests = std::count(lCase.mExpected.begin(), lCase.mExpected.end(), ' ');
+        EXPECT_EQ(lCase.mConsole, Printed([&] { EXPECT_EQ(lCase.mExpected, Receive(lRequests)); }));
+        EXPECT_EQ(lCase.mFailures, lEvents.Get(StackEvent::RECORDING_FAILED));
+    }
 }
 
 TEST_F(FileLayerTest, SleepsTheDelayOnce) {
