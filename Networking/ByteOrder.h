@@ -22,7 +22,7 @@ inline void WriteU32(unsigned char* apBytes, uint32_t aValue) {
     WriteU16(apBytes + 2, aValue);
 }
 
-// The bytes that a value of aBits bits takes.
+// Returns how many bytes a value of aBits bits takes.
 inline uint32_t BytesOfBits(uint32_t aBits) {
     return aBits / 8 + (aBits % 8 != 0 ? 1 : 0);
 }

@@ -10,16 +10,16 @@ constexpr uint32_t PTR_SIZE = 8;
 constexpr uint32_t ANY_LENGTH = 0;
 constexpr uint32_t MAY_REPEAT = 0;
 
-// Every unit's cPayloadProtocol.  Nothing writes into it.
+// Every unit's cPayloadProtocol, into which nothing writes.
 char sProtocol[] = "DMDI";
 
 }  // namespace
 
 struct MDIUnit::Rule {
     const char* mName;
-    uint32_t mBits;  // ANY_LENGTH or the only right one
+    uint32_t mBits;  // the required length, or ANY_LENGTH
     bool mRequired;
-    uint32_t mDuplicate;  // the setter's code when the item is there, or MAY_REPEAT
+    uint32_t mDuplicate;  // the setter's code when the item is there already, or MAY_REPEAT
 };
 
 const MDIUnit::Rule& MDIUnit::RuleOf(uint32_t aItem) {
@@ -176,7 +176,7 @@ uint32_t MDIUnit::FailToParse(uint32_t aItem, uint32_t aCode) {
 uint32_t MDIUnit::GetValue(uint32_t aItem, uint32_t* apBits, unsigned char* apOut) const {
     const Record& lRecord = cRecords[aItem];
     const uint32_t lBytes = BytesOfBits(lRecord.mBits);
-    // The bytes may have been exchanged for others since they were parsed.
+    // The offset is checked because the unit may view other bytes by now than those that were parsed.
     if (!lRecord.mPresent || lRecord.mOffset > ValidBytes() || lBytes > ValidBytes() - lRecord.mOffset)
         return 0;
     if (apBits != nullptr)
@@ -193,7 +193,7 @@ uint32_t MDIUnit::AddItem(uint32_t aItem, uint32_t aBits, const unsigned char* a
     TagItem lItem;
     std::memcpy(lItem.mName, lRule.mName, sizeof lItem.mName);
     lItem.SetBits(aBits);
-    lItem.mValue = const_cast<unsigned char*>(apValue);  // writing an item only reads its value
+    lItem.mValue = const_cast<unsigned char*>(apValue);  // WriteItem only reads the value
     const uint32_t lOffset = OffsetOf(cWritePosition) + TAG_ITEM_HEADER_SIZE;
     if (WriteItem(&lItem) == 0)
         return 0;

@@ -4,10 +4,10 @@
 
 #include "Networking/Packet.h"
 
-// A copy of a packet's valid bytes that owns its protocol names too: they go with it.
+// A copy of a packet's valid bytes that also owns copies of the protocol names, which are freed with it.
 class NamedPacket : public Packet {
 public:
-    // A null name becomes the empty one.
+    // A null name becomes the empty name.
     NamedPacket(const Packet& aSource, const char* apProtocol, const char* apPayloadProtocol)
         : Packet(aSource.ValidBytes()),
           cProtocolName(apProtocol != nullptr ? apProtocol : ""),

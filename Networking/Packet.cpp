@@ -88,7 +88,7 @@ uint32_t Packet::GetError() {
 }
 
 uint32_t Packet::OffsetOf(const unsigned char* apPlace) const {
-    // As numbers: pointers into different buffers do not compare, and a place before cData wraps to a huge offset.
+    // Pointers into different buffers have no order, so numbers are compared; a place before cData gives a huge one.
     const uintptr_t lOffset = reinterpret_cast<uintptr_t>(apPlace) - reinterpret_cast<uintptr_t>(cData);
     return lOffset < cCapacity ? static_cast<uint32_t>(lOffset) : cCapacity;
 }

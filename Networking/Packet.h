@@ -5,78 +5,84 @@
 
 #include "Networking/StatusCodes.h"
 
-// The byte buffer that every DCP and MDI unit travels in: valid bytes at the front of a buffer, a write and a read
-// position that move independently, and a payload view that a subclass lays over the part it carries for the layer
-// above.
+// The byte buffer in which every DCP and MDI unit travels.  The valid bytes lie at the front of the buffer; a write
+// position and a read position move independently; a payload view covers the part that a subclass carries for the
+// layer above.
 //
 //   cData          cPayload                    cData + cSize        cData + cCapacity
 //   | header       | cPayloadSize bytes | trailer |    free            |
 //
-// A packet owns its buffer, or it views bytes of another packet (Share, SharePayload) and must not be used once these
-// are gone.  Protocol names are never freed by a packet and must outlive it.  One thread at a time.
+// A packet either owns its buffer or views bytes of another packet (Share, SharePayload).  A viewing packet must not be
+// used once those bytes are gone.  Protocol names must outlive the packet, which never frees them.  Only one thread may
+// use a packet at a time.
 //
-// Results are 1 or 0.  GetError gives the code of the last write (PACKET_WRITE_OVERFLOW) or read (PACKET_READ_OVERFLOW)
-// that did not fit.
+// Operations return 1 or 0.  GetError returns the code of the last write (PACKET_WRITE_OVERFLOW) or read
+// (PACKET_READ_OVERFLOW) that did not fit.
 class Packet {
 public:
-    // aCapacity bytes, not cleared and owned; 0 makes a packet without a buffer, which may then view.
+    // Allocates aCapacity bytes, which the packet owns and does not clear.  A packet with capacity 0 has no buffer and
+    // may view the bytes of another packet.
     explicit Packet(uint32_t aCapacity);
-    // Of an owner: an owner of its own copy of all cCapacity bytes, the payload view at the same place in it.  Of a
-    // viewing packet: another view of the same bytes.  Either starts at its first byte and without an error.
+    // The copy of an owner owns a copy of all cCapacity bytes, with the payload view at the same place.  The copy of a
+    // viewing packet views the same bytes.  Both are read from their first byte on and have no error.
     Packet(const Packet& aOther);
     Packet& operator=(const Packet&) = delete;
     virtual ~Packet() = default;
 
-    // Checks and decodes the bytes: 1 valid, 0 not.  A plain packet is always valid.
+    // Checks and decodes the bytes.  Returns 1 when they are valid; else 0.  A plain packet is always valid.
     virtual uint32_t Parse() { return 1; }
 
-    // Append at the write position; what goes beyond the capacity is cut.  1, or 0 with PACKET_WRITE_OVERFLOW when cut.
-    // cSize grows by the bytes copied, whatever it was: refill a packet with Rewind and SetSize(0).
+    // Appends bytes at the write position.  Returns 1; 0 with PACKET_WRITE_OVERFLOW when the bytes beyond the capacity
+    // were cut off.  cSize grows by the bytes copied even after Rewind, so a packet is refilled with Rewind and
+    // SetSize(0).
     uint32_t Write(uint32_t aLength, const unsigned char* apBytes);
-    // The same at cPayload: cPayloadSize becomes the bytes copied, cSize grows by them, the write position stays.
+    // Copies bytes to cPayload, with the same results.  cPayloadSize becomes the number of bytes copied and cSize grows
+    // by it; the write position stays.
     uint32_t WritePayload(uint32_t aLength, const unsigned char* apBytes);
-    // Take from the read position; 1, or 0 with PACKET_READ_OVERFLOW when fewer valid bytes were left (those are
-    // copied).
+    // Copies bytes from the read position, which moves behind them.  Returns 1; 0 with PACKET_READ_OVERFLOW when fewer
+    // valid bytes (or none at all) were left, which are copied all the same.
     uint32_t Read(uint32_t aLength, unsigned char* apOut);
-    // The payload view's bytes that lie inside of the buffer, at most cPayloadSize; apOut must have the room. Always 1.
+    // Copies the bytes of the payload view that lie inside the buffer, at most cPayloadSize, to apOut, which must have
+    // room for them.  Always returns 1.
     uint32_t ReadPayload(unsigned char* apOut) const;
-    void Rewind();  // both positions to the first byte; cSize stays
+    void Rewind();  // moves both positions to the first byte; cSize stays
 
-    // Make this packet, built with capacity 0, view the bytes of apOther or of its payload, with their size and
-    // protocol name.  Reading starts at the first byte; a view is full, so that nothing is appended to it.  Null does
-    // nothing.
+    // Make this packet, which was built with capacity 0, view the bytes of apOther or of its payload and take over
+    // their size and protocol name.  Reading starts at the first byte.  A view counts as full, so nothing can be
+    // appended to it.  A null apOther changes nothing.
     void Share(const Packet* apOther);
     void SharePayload(const Packet* apOther);
 
     uint32_t GetSize() const { return cSize; }
     void SetSize(uint32_t aSize) { cSize = aSize; }
-    uint32_t GetError();  // clears it
+    uint32_t GetError();  // returns the last code and clears it
 
-    // cSize is anybody's to set; the bytes that are really there.
+    // Returns how many valid bytes are really there: anybody may set cSize, even beyond the capacity.
     uint32_t ValidBytes() const { return cSize < cCapacity ? cSize : cCapacity; }
 
-    unsigned char* cData;     // null without a buffer
+    unsigned char* cData;     // the first byte; null without a buffer
     const char* cProtocol;    // "T", "AF", "PF", or null
     uint32_t cSize;           // valid bytes
     unsigned char* cPayload;  // null in a plain packet
-    char* cPayloadProtocol;   // see the subclasses for who writes into it
+    char* cPayloadProtocol;   // name of the payload's protocol; each subclass says who writes into it
     uint32_t cPayloadSize;
     uint32_t cCapacity;
     unsigned char* cWritePosition;
     unsigned char* cReadPosition;
     uint32_t cError;
-    bool cOwner;  // the packet has a buffer of its own
+    bool cOwner;  // whether the packet owns its buffer
 
 protected:
-    // How far apPlace lies behind cData; cCapacity for a place outside of the buffer.
+    // Returns how far apPlace lies behind cData; cCapacity for a place outside the buffer.
     uint32_t OffsetOf(const unsigned char* apPlace) const;
-    // Lays the payload view aOffset behind cData, at the end of a buffer that is shorter.
+    // Makes the payload view begin aOffset bytes behind cData, at the latest at the end of the buffer.
     void MovePayload(uint32_t aOffset);
-    // Overwrites bytes in place, wholly or not at all (0 with PACKET_WRITE_OVERFLOW).  Moves nothing.
+    // Overwrites bytes in place and moves no position.  Returns 1; 0 with PACKET_WRITE_OVERFLOW, and nothing written,
+    // when the bytes do not all fit.
     uint32_t WriteAt(uint32_t aOffset, uint32_t aLength, const unsigned char* apBytes);
 
 private:
-    uint32_t PayloadBytes() const;  // the part of the payload view that lies inside of the buffer
+    uint32_t PayloadBytes() const;  // how many bytes of the payload view lie inside the buffer
     uint32_t CopyIn(unsigned char* apPlace, uint32_t aLength, const unsigned char* apBytes);
     void View(unsigned char* apBytes, uint32_t aSize, uint32_t aCapacity, const char* apProtocol);
 

@@ -18,7 +18,7 @@ void CheckStatus(rtems_status_code liStatusCode) {
 
 }  // namespace
 
-// Holds the list for a scope.  Not stoppable meanwhile: the other side would wait for a suspended task.
+// Locks the list for a scope.  The task cannot be stopped meanwhile, because the other thread would wait for it.
 class PacketFifo::Access {
 public:
     explicit Access(PacketFifo& aFifo) : cFifo(aFifo) { CheckStatus(cFifo.ciAccessSemaphore->obtain(RTEMS_WAIT)); }
@@ -44,7 +44,7 @@ PacketFifo::PacketFifo(uint32_t aCapacity) : cCapacity(aCapacity) {
     CHECK_INVARIANT(ciAccessSemaphore->successful());
 }
 
-// Not stoppable: a task that is ended in between would leave the copy behind, or a packet that nobody counts.
+// The guard is there because a task that is ended in here would leak the copy or leave a packet uncounted in the list.
 uint32_t PacketFifo::Put(const Packet* apPacket) {
     const platform::StopGuard lGuard;
     auto lCopy = std::make_unique<NamedPacket>(*apPacket, apPacket->cProtocol, apPacket->cPayloadProtocol);

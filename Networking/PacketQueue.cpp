@@ -18,7 +18,7 @@ PacketQueue::PacketQueue(uint32_t aCapacity) : cSlots(aCapacity) {
 bool PacketQueue::GoesBefore(const Slot& aNew, const Slot& aOld) {
     if (aOld.mSequence == aNew.mSequence)
         return aOld.mIndex >= aNew.mIndex;
-    // A number that is larger by more than half the circle is an older one from before the wrap.
+    // An old number that is larger by more than half the range comes from before the wrap and stays in front.
     return aOld.mSequence > aNew.mSequence && aOld.mSequence - aNew.mSequence <= HALF_RANGE;
 }
 

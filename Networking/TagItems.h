@@ -10,22 +10,24 @@
 constexpr uint32_t TAG_NAME_SIZE = 4;
 constexpr uint32_t TAG_ITEM_HEADER_SIZE = 8;
 
-// An item in memory that somebody else owns.
+// A view of an item in memory that somebody else owns.
 struct TagItemView {
     const unsigned char* mName = nullptr;  // TAG_NAME_SIZE characters without a terminator
-    uint32_t mBits = 0;                    // of the value
+    uint32_t mBits = 0;                    // length of the value in bits
     const unsigned char* mValue = nullptr;
-    size_t mValueSize = 0;  // bytes: the bits rounded up
+    size_t mValueSize = 0;  // length of the value in bytes: the bits rounded up
 
     bool IsNamed(const char* apName) const;
-    size_t GetSize() const { return TAG_ITEM_HEADER_SIZE + mValueSize; }  // with the header
+    size_t GetSize() const { return TAG_ITEM_HEADER_SIZE + mValueSize; }  // in bytes, with the header
 };
 
-// The item at the front of aSize bytes.  False, with *apItem unchanged, when header and value are not wholly there.
+// Makes *apItem view the item at the front of aSize bytes.  Returns false, with *apItem unchanged, when the header and
+// the value are not wholly there.
 bool ParseTagItem(const unsigned char* apBytes, size_t aSize, TagItemView* apItem);
 
-// The same of the header alone: the value may be cut off or be missing, and mValue may not be read beyond aSize.
+// The same, but only the header needs to be there.  The value may be cut off or missing, so mValue must not be read
+// beyond the aSize bytes.
 bool ParseTagItemHeader(const unsigned char* apBytes, size_t aSize, TagItemView* apItem);
 
-// Writes an item's header, TAG_ITEM_HEADER_SIZE bytes, and returns the place behind it.
+// Writes an item's header (TAG_ITEM_HEADER_SIZE bytes) and returns the place behind it.
 unsigned char* WriteTagItemHeader(unsigned char* apWhere, const char* apName, uint32_t aBits);
