@@ -35,7 +35,7 @@ bool FECProcessor::Correct(Packet* apcPacket, uint32_t ainFragmentsNumber, const
     }
 
     bool lCorrected = true;
-    unsigned char* lpOut = lStream.data();  // the data, without the parity between them
+    unsigned char* lpOut = lStream.data();  // where the next block's data go, so that no parity is left between data
     for (uint32_t lStart = 0; lStart + lBlockSize <= lSize; lStart += lBlockSize, lpOut += ciRSk) {
         unsigned char* const lpBlock = lStream.data() + lStart;
         if (aMissingCount > 0 && !CorrectBlock(lpBlock, lStart, lMissing))
@@ -47,7 +47,7 @@ bool FECProcessor::Correct(Packet* apcPacket, uint32_t ainFragmentsNumber, const
     return lCorrected;
 }
 
-// aStart is the block's place in the stream, of which every byte is the next fragment's.
+// aStart is the block's offset in the stream, to which the fragments give one byte each in turn.
 bool FECProcessor::CorrectBlock(unsigned char* apBlock, uint32_t aStart, const std::vector<bool>& aMissing) const {
     int32_t lErased[RS_CODEWORD_SIZE];
     int32_t lErasedCount = 0;

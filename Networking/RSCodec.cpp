@@ -15,7 +15,7 @@ bool MakeField(RSCodec& aCodec, uint32_t aGeneratorPolynomial) {
     uint32_t lPower = 1;
     for (uint32_t lExponent = 0; lExponent < lLength; ++lExponent) {
         if (lExponent > 0 && lPower <= 1)
-            return false;  // back at 1 too early, or at 0
+            return false;  // not primitive: the powers are back at 1 too early, or at 0
         aCodec.mPowers[lExponent] = static_cast<uint8_t>(lPower);
         aCodec.mLogarithms[lPower] = static_cast<uint8_t>(lExponent);
         lPower <<= 1;
@@ -26,7 +26,7 @@ bool MakeField(RSCodec& aCodec, uint32_t aGeneratorPolynomial) {
     return lPower == 1;
 }
 
-// The product of (x - root), coefficients first as values and then as logarithms.
+// Multiplies (x - root) over all roots and then replaces the coefficients by their logarithms.
 void MakeGenerator(RSCodec& aCodec) {
     auto& lGenerator = aCodec.mGenerator;
     lGenerator[0] = 1;
@@ -54,8 +54,8 @@ void MakeRows(RSCodec& aCodec) {
     }
 }
 
-// The remainder of the message, with zeros behind it, by the generator.  Unrolled, because the parity then stays in
-// registers: with g++ that makes it twice as fast.
+// Writes the remainder of the division of the message, followed by zeros, by the generator.  The inner loop is unrolled
+// so that the parity stays in registers, which makes it twice as fast with g++.
 template <uint32_t WORDS>
 void Divide(const RSCodec& aCodec, const uint8_t* apMessage, uint8_t* apParity) {
     uint64_t lParity[WORDS + 1] = {};

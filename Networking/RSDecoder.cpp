@@ -1,4 +1,5 @@
-// Errors-and-erasures decoding: key equation by Berlekamp and Massey, roots by Chien's search, values by Forney.
+// Errors-and-erasures decoding: Berlekamp and Massey's iteration solves the key equation, Chien's search finds the
+// roots of the locator, and Forney's formula gives the values.
 
 #include <algorithm>
 
@@ -19,8 +20,8 @@ public:
         if (!LocateErasures(apPositions, aCount))
             return -1;
         Evaluate();
-        // What the syndromes and the erasure locator make beyond x^aCount is what the iteration would start from: when
-        // it is nothing there are no errors, and the roots are known.
+        // Without errors the evaluator has no terms from x^aCount on; then the erasures are all that is wrong, and
+        // their roots are known already.
         if (std::any_of(cEvaluator.begin() + aCount, cEvaluator.begin() + cRoots,
                         [](uint8_t aTerm) { return aTerm; })) {
             if (!Iterate(aCount) || !FindRoots())
@@ -34,7 +35,8 @@ public:
     }
 
 private:
-    // The values at the code's roots are those of the remainder, which the encoder gives.
+    // Returns true when the codeword has no faults; otherwise computes its syndromes, which are its values at the
+    // code's roots.  The remainder by the generator, which the encoder computes, has the same values there.
     bool IsConsistent() {
         Polynomial lRemainder;
         EncodeRS(&cCodec, cCodeword, lRemainder.data());
@@ -75,7 +77,7 @@ private:
         return true;
     }
 
-    // Syndromes times locator, modulo x^cRoots.
+    // The evaluator is the product of the syndromes and the locator, modulo x^cRoots.
     void Evaluate() {
         for (uint32_t lTerm = 0; lTerm < cRoots; ++lTerm)
             cEvaluator[lTerm] = Discrepancy(lTerm);
@@ -88,8 +90,8 @@ private:
         return lSum;
     }
 
-    // Berlekamp and Massey's iteration, from the erasure locator on.  False when it ends with a locator that does not
-    // account for the syndromes.
+    // Extends the erasure locator by Berlekamp and Massey's iteration.  Returns false when the locator does not account
+    // for the syndromes at the end.
     bool Iterate(uint32_t aErasures) {
         Polynomial lPrevious = cLocator;
         uint32_t lRegister = aErasures;
@@ -129,14 +131,14 @@ private:
                 continue;
             const uint32_t lPlace = (cLength - lExponent) * cCodec.mInverse % cLength;
             if (lPlace + cCodec.mPadding >= cLength)
-                return false;  // in the padding, which has no errors
+                return false;  // a root in the padding, which has no errors
             cPositions[cFound] = static_cast<int32_t>(cLength - 1 - cCodec.mPadding - lPlace);
             cRootExponents[cFound++] = lExponent % cLength;
         }
         return cFound == cDegree;
     }
 
-    // Forney: the value at each root of the locator.
+    // Adds to the symbol of each root of the locator what Forney's formula gives.
     void Correct() {
         const uint32_t lFirstRoot = cCodec.mFirstRoot % cLength;
         for (uint32_t lIndex = 0; lIndex < cFound; ++lIndex) {
@@ -167,8 +169,8 @@ private:
     Polynomial cSyndromes = {};
     Polynomial cLocator = {};
     Polynomial cEvaluator = {};
-    uint32_t cDegree = 0;  // of cLocator
-    uint32_t cFound = 0;
+    uint32_t cDegree = 0;  // degree of cLocator
+    uint32_t cFound = 0;   // number of entries in cRootExponents and cPositions
     std::array<uint32_t, 256> cRootExponents;
     std::array<int32_t, 256> cPositions;
 };
