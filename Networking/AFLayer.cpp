@@ -66,7 +66,7 @@ uint32_t AFLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagInd
                 ++ciSequence;
                 return 1;
             case Verdict::EARLY:
-                ciQueue->Insert(ciPacket.get(), lSequence, 0, 1);  // dropped when the queue is full
+                ciQueue->Insert(ciPacket.get(), lSequence, 0, 1);  // a full queue drops the packet
                 break;
             case Verdict::OUT_OF_SEQUENCE:
                 Report(lSequence < ciSequence ? StackEvent::PACKET_LATE : StackEvent::PACKETS_LOST, 1, lSequence);
@@ -83,7 +83,7 @@ bool AFLayer::TakeFromQueue(Packet* apOut) {
     uint32_t lIndex = 0;
     uint32_t lExtra = 0;
     ciQueue->GetFirst(&lpStored, &lSequence, &lIndex, &lExtra);
-    // The queue holds what Parse accepted, so header and CRC are there, under the name of the payload's protocol.
+    // Only packets that Parse accepted are queued, so header and CRC are there; cProtocol names the payload's protocol.
     ciPayloadProtocol[0] = lpStored->cProtocol[0];
     lpStored->cPayload = lpStored->cData + AF_HEADER_SIZE;
     lpStored->cPayloadSize = lpStored->GetSize() - AF_OVERHEAD;

@@ -6,8 +6,8 @@
 
 namespace {
 
-// In packets.  A recording may begin with a few useless packets of many fragments, and good units make up for long
-// stretches of bad ones; but lines on the console come a few a second at most.
+// Loads count in packets.  They are chosen so that a recording may begin with a few useless packets of many fragments
+// and that good units make up for long stretches of bad ones, but only a few lines a second appear on the console.
 constexpr int32_t FULL_LOAD = 200;
 constexpr int32_t COMPLAINT_LOAD = 50;
 constexpr int32_t UNIT_CREDIT = 5000;

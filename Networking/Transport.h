@@ -7,54 +7,54 @@
 
 constexpr uint32_t RETRY_DELAY = 800;  // milliseconds before a transport that answers at once is asked again
 
-// What the layers above do differently over different transports.
+// How transports differ for the layers above.
 struct TransportTraits {
     bool mPacesItself = false;    // the time-out of Receive is a pause before the read, not a wait for a packet
     bool mHasAddressing = false;  // PFT fragments carry source and destination
-    bool mFileMode = false;       // received sequence numbers are not followed (AFLayer)
+    bool mFileMode = false;       // the AF layer does not follow received sequence numbers
 };
 
-constexpr uint64_t FILE_MAX_SIZE =
-    524288;  // bytes of a recording that is played unless the endpoint's user allows more
+// Bytes of the longest recording that is played unless the endpoint's user allows more.
+constexpr uint64_t FILE_MAX_SIZE = 524288;
 
-// Wishes of the endpoint's user to its transport.  The defaults are the fixed behaviour.
+// What the endpoint's user asks of its transport.  The defaults are the fixed behaviour.
 struct TransportSettings {
-    // Of recordings.
-    bool mOnePass = false;                    // it is read once, without pauses; then the transport is at its end
-    uint64_t mFileSizeLimit = FILE_MAX_SIZE;  // bytes of a recording that is played
+    // For recordings.
+    bool mOnePass = false;  // the recording is read once, without pauses; then the transport is at its end
+    uint64_t mFileSizeLimit = FILE_MAX_SIZE;  // the most bytes that a recording to be played may have
 
-    // Of networks.
+    // For networks.
     bool mLive = false;        // datagrams of any length are taken, and silence and foreign datagrams leave no line
-    std::string mInterface;    // name or IPv4 address: where a group is joined, or multicast sent; empty: as Open says
+    std::string mInterface;    // name or IPv4 address of the interface for multicast; empty: Open chooses it
     std::string mSource;       // IPv4 address of the only sender whose datagrams to the group are taken; empty: any
     bool mSharePort = false;   // other receivers of the same group on this host may share the port
-    uint32_t mTimeToLive = 0;  // of datagrams sent, 1 to 255; 0: as the system has it
-    uint32_t mDSCP = 0;        // of datagrams sent, 0 to 63 (RFC 2474)
+    uint32_t mTimeToLive = 0;  // TTL of datagrams sent, 1 to 255; 0: the system's default
+    uint32_t mDSCP = 0;        // DSCP of datagrams sent, 0 to 63 (RFC 2474)
     bool mReopen = false;      // a sender's socket that cannot be opened, or fails, is opened anew once a second
 };
 
-// The lowest layer of a stack.  It keeps the stack from spinning: where it answers at once and for ever without
-// anything useful it waits.  Useful is what the endpoint files as a unit.
+// The lowest layer of a stack.  It keeps the stack from spinning by waiting when it would answer at once, again and
+// again, with nothing useful.  Useful is what the endpoint files as a unit.
 class Transport : public Layer {
 public:
     explicit Transport(const TransportTraits& aTraits) : cTraits(aTraits) {}
 
     const TransportTraits& GetTraits() const { return cTraits; }
 
-    TransportSettings ciSettings;  // to be set before the transport is opened
+    TransportSettings ciSettings;  // must be set before the transport is opened
 
 protected:
-    // To be called before each packet that is there without a wait: waits when many of them led to no unit.  Outside of
-    // an endpoint's stack nobody says what is useful, and it never waits.
+    // Must be called before each packet that is there without a wait.  It waits when many packets led to no unit.
+    // Outside an endpoint's stack it never waits, because nobody says there what is useful.
     void BrakeInput();
-    // To be called after a failure that took no time.
+    // Must be called after a failure that took no time.
     static void BrakeFailure();
 
-    // The place of the input in hand, which the transport keeps for the stack's reports.
+    // Returns the place of the last input, which the transport writes for the stack's reports.
     InputPlace& Input() { return ciReporter != nullptr ? ciReporter->cInput : cOwnInput; }
 
 private:
     const TransportTraits cTraits;
     int32_t cLoad = 0;     // grows with each packet and complaint, shrinks with each unit
-    InputPlace cOwnInput;  // outside of a stack
+    InputPlace cOwnInput;  // used outside a stack
 };
