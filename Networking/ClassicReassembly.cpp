@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr uint32_t MAX_COUNTED_LOSS = 1000;  // packets; a longer gap in the numbering is a new start
+constexpr uint32_t MAX_COUNTED_LOSS = 1000;  // in packets; a longer gap in the numbering is a new start
 
-// In the trace these are checks of the layer.
+// Failed checks appear in the trace file as those of PFTLayer, whatever class makes them.
 void Check(bool aCondition, const char* apText, int aLine = __builtin_LINE()) {
     if (!aCondition)
         AssertFailed(apText, "Networking/PFTLayer.cpp", aLine);
@@ -44,7 +44,7 @@ uint32_t ClassicReassembly::Receive(Packet* apOut, uint32_t* apTimeOut) {
                 Check(cLayer.ciRxState == RX_RESET, "0");
                 cpcQueue.Clear();
                 cPassed = 0;
-                ResetSubPackets();  // of a packet of which nothing but gaps was there
+                ResetSubPackets();  // a packet of which only gaps came may have left entries
                 cLayer.ciRxState = RX_WAIT_FIRST;
                 break;
         }
@@ -67,7 +67,7 @@ ClassicReassembly::Outcome ClassicReassembly::WaitFirst(uint32_t* apTimeOut) {
         case FAILED:
             Check(false, "0");
             break;
-        default:  // a time-out
+        default:  // TIMED_OUT
             return cLayer.ciLowerLayer->ciAtEnd ? Outcome::TIMED_OUT : Outcome::GO_ON;
     }
     return Outcome::GO_ON;
@@ -80,7 +80,7 @@ ClassicReassembly::Outcome ClassicReassembly::WaitNext(uint32_t* apTimeOut) {
             if (StoreFragment())
                 cLayer.ciRxState = RX_COMPLETE;
             else if (cLayer.cidwFIDXIndex == 0)
-                return Outcome::LOST;  // the packet's last fragment has passed: it never gets complete
+                return Outcome::LOST;  // the packet's end has passed, so it never gets complete
             break;
         case EARLY:
             QueueFragment(cpcFragment.get());
@@ -92,13 +92,13 @@ ClassicReassembly::Outcome ClassicReassembly::WaitNext(uint32_t* apTimeOut) {
             break;
         case TIMED_OUT:
             return Outcome::TIMED_OUT;
-        default:  // far away
+        default:  // FAR
             return Outcome::LOST;
     }
     return Outcome::GO_ON;
 }
 
-// The expected fragment is lost.  Where there is parity it leaves a gap to be repaired, else it is waited for.
+// The expected fragment counts as lost.  With parity it leaves a gap to be repaired; without parity it is waited for.
 void ClassicReassembly::LeaveGap() {
     if (cpcFragment->GetFEC()) {
         AddSubPacket(nullptr);
@@ -155,7 +155,7 @@ uint32_t ClassicReassembly::ReceiveNext(uint32_t* apTimeOut) {
     if (lResult != 1)
         return lResult == 2 ? TIMED_OUT : FAILED;
     if (IsWholePacket()) {
-        // It is a packet of its own; what was collected of another one is given up.
+        // The packet in hand is given up, because the whole packet ends it.
         if (cSubPacketCurrent > 0)
             ReportLost();
         ResetSubPackets();
@@ -172,7 +172,7 @@ uint32_t ClassicReassembly::ReceiveNext(uint32_t* apTimeOut) {
     return IsFar(cpcFragment->GetPSeq(), cpcFragment->GetFindex()) ? FAR : EARLY;
 }
 
-// Takes the fragment at the expected position from the queue.  A far one at its front is dropped.
+// Takes the fragment at the expected position from the front of the queue.  A far fragment there is dropped.
 bool ClassicReassembly::CheckQueue() {
     DropPassedFragments();
     if (cpcQueue.IsEmpty())
@@ -198,8 +198,9 @@ bool ClassicReassembly::CheckQueue() {
     return true;
 }
 
-// Drops late and repeated fragments of packets that are over: nothing takes them any more, and what is behind them
-// would wait.  They still count as waiting, so that a numbering that begins anew a little behind is noticed.
+// Drops late and repeated fragments of packets that are over, because nothing would ever take them and the fragments
+// behind them would wait.  The dropped ones still count as waiting, because otherwise a numbering that begins anew a
+// little behind the position would not be noticed.
 void ClassicReassembly::DropPassedFragments() {
     while (!cpcQueue.IsEmpty() && static_cast<int16_t>(cpcQueue.PeekSequence() - cLayer.ciwPSeq) < 0) {
         Packet* lpStored = nullptr;
@@ -220,7 +221,8 @@ bool ClassicReassembly::QueueFragment(PFTPacket* apFragment) {
     return lStored;
 }
 
-// The distance is counted in fragments, as if every packet between had cidwFCount of them; 32 bits, wrapping.
+// The distance is counted in fragments, as if every packet in between had cidwFCount of them.  It wraps in 32 bits, so
+// a fragment of the expected packet that is behind the position is far.
 bool ClassicReassembly::IsFar(uint32_t aPSeq, uint32_t aFindex) const {
     const auto lAhead = static_cast<uint16_t>(aPSeq - cLayer.ciwPSeq);
     const auto lBehind = static_cast<uint16_t>(cLayer.ciwPSeq - aPSeq);
@@ -242,12 +244,12 @@ bool ClassicReassembly::IsWholePacket() const {
     return cLayer.IsThisTagRegistered(cpcFragment->cProtocol);
 }
 
-// A packet of one fragment without parity is that fragment's payload.
+// Returns whether the packet has one fragment and no parity, so that it is that fragment's payload.
 bool ClassicReassembly::IsOnlyFragment() const {
     return cSubPacketTotal == 1 && !cFormat.mFEC;
 }
 
-// Puts the fragment or whole packet in hand into the list; whether the packet is complete now.
+// Puts the fragment or whole packet in hand into the list.  Returns whether the packet is complete now.
 bool ClassicReassembly::StoreFragment() {
     Format lFormat;
     lFormat.mFEC = !IsWholePacket() && cpcFragment->GetFEC();
@@ -265,7 +267,7 @@ bool ClassicReassembly::StoreFragment() {
     return AddSubPacket(cpcFragment.get());
 }
 
-// What needs no putting together stays where it was received: a whole packet, and the only fragment of a packet.
+// A whole packet and the only fragment of a packet are not copied but stay where they were received.
 bool ClassicReassembly::AddSubPacket(const PFTPacket* apFragment) {
     if (cSubPacketCurrent >= PFT_MAX_SUB_PACKETS)
         return false;
@@ -317,7 +319,7 @@ uint32_t ClassicReassembly::Deliver(Packet* apOut) {
     return 1;
 }
 
-// Makes the packet of its fragments; false when it cannot be.
+// Puts the packet together from its fragments.  Returns false when that cannot be done.
 bool ClassicReassembly::JoinFragments() {
     uint32_t lMissingIndexes[PFT_MAX_MISSING];
     const uint32_t lMissing = AssembleSubPackets(&cpcTempPacket, lMissingIndexes);
@@ -331,7 +333,7 @@ bool ClassicReassembly::JoinFragments() {
     return true;
 }
 
-// Turns what was put together into the packet that was sent; false when it cannot be.
+// Turns the joined payloads into the packet that was sent.  Returns false when that cannot be done.
 bool ClassicReassembly::Restore(const uint32_t* apMissing, uint32_t aMissing) {
     if (!cPartsAgree)
         return false;
@@ -339,20 +341,20 @@ bool ClassicReassembly::Restore(const uint32_t* apMissing, uint32_t aMissing) {
         return aMissing == 0;
     const uint64_t lWholeSize = uint64_t{cFormat.mFcount} * cFormat.mPlen;
     if (aMissing > PFT_MAX_MISSING || cpcTempPacket.GetSize() != lWholeSize)
-        return false;  // a packet that does not fit was cut
+        return false;  // the payloads did not all fit into cpcTempPacket
     cpcFEC.ciRSk = cFormat.mRSk;
     cpcFEC.ciRSz = cFormat.mRSz;
     return cpcFEC.Correct(&cpcTempPacket, cFormat.mFcount, apMissing, aMissing);
 }
 
-// Joins the list's payloads, with placeholders for what is missing; returns how many fragments are.  Their indexes,
-// PFT_MAX_MISSING at most, go to apMissing.
+// Joins the payloads in the list, with zeros in place of missing ones, and returns how many fragments are missing.
+// Their indexes go to apMissing, PFT_MAX_MISSING at most.
 uint32_t ClassicReassembly::AssembleSubPackets(Packet* apTemp, uint32_t* apMissing) {
     uint32_t lMissing = 0;
     if (cSubPacketTotal > 0 && cSubPacketSize > 0) {
         const std::vector<unsigned char> lFiller(static_cast<size_t>(cSubPacketSize));
         const auto lTotal = std::min(static_cast<uint32_t>(cSubPacketTotal), PFT_MAX_SUB_PACKETS);
-        bool lFits = true;  // one line in the trace file for a packet that does not
+        bool lFits = true;  // a packet that does not fit leaves one line in the trace file
         for (uint32_t lIndex = 0; lIndex < lTotal; ++lIndex) {
             const PFTPacket* const lpFragment = cSubPacketList[lIndex].get();
             if (lFits) {
@@ -384,14 +386,15 @@ void ClassicReassembly::ReportLost() {
     cLostPSeq = cPSeq;
 }
 
-// Of a packet without its first fragment; once for all of its fragments.
+// Reports a packet whose first fragment has not come as lost, once for all of its fragments.
 void ClassicReassembly::ReportBeginningMissed() {
     cPSeq = cpcFragment->GetPSeq();
     if (cLostPSeq != cPSeq)
         ReportLost();
 }
 
-// A gap in the numbering is loss too, as far as it has not been reported yet.
+// Reports a packet, and before it the packets that a gap in the numbering shows to be lost and that have not been
+// reported yet.
 void ClassicReassembly::ReportCompleted() {
     if (IsWholePacket()) {
         cLayer.Report(StackEvent::PACKET_COMPLETED);

@@ -15,7 +15,7 @@ uint32_t PFTSender::Send(const Packet& aPacket) {
     if (cLayer.ciMode == PFT_MODE_FRAGMENT)
         return SendFragments(aPacket.cData, lSize, lMaxPayload, nullptr);
     if (lSize > cLayer.ciMaxPacketSize)
-        return LAYER_PACKET_TOO_BIG;  // RSz has one byte
+        return LAYER_PACKET_TOO_BIG;  // RSz has only one byte
     if (cLayer.cpcEncoder == nullptr)
         return PACKET_WRITE_OVERFLOW;
     const uint32_t lErrors = std::clamp<uint32_t>(cLayer.ciSupportedErrors, 1, PFT_MAX_SUPPORTED_ERRORS);
@@ -24,7 +24,7 @@ uint32_t PFTSender::Send(const Packet& aPacket) {
     return SendFragments(cProtected.data(), static_cast<uint32_t>(cProtected.size()), lLayout.mFragmentSize, &lLayout);
 }
 
-// Without a layout the last fragment may be shorter and has no pause behind it.
+// apLayout is null for a packet without parity: its last fragment may be shorter, and no pause follows it.
 uint32_t PFTSender::SendFragments(const unsigned char* apBytes, uint32_t aSize, uint32_t aFragmentSize,
                                   const FECLayout* apLayout) {
     uint32_t& lFindex = cLayer.cidwFIDXIndex;
