@@ -20,7 +20,7 @@ void ReplaceFirst(std::string& aText, char aSeparator) {
         aText[lPlace] = ' ';
 }
 
-// The first words; there may be fewer, and what follows is ignored.
+// Returns the first aMostWords words, or all of them when there are fewer.
 std::vector<std::string> SplitWords(const std::string& aText, size_t aMostWords) {
     std::vector<std::string> lWords;
     std::istringstream lStream(aText);
@@ -83,7 +83,7 @@ bool DCPAddress::ParseLocation(std::string aLocation) {
     std::replace(aLocation.begin(), aLocation.end(), ':', ' ');
     const size_t lWordCount = mTransport == TRANSPORT_UDP ? 2 : 3;
     const auto lWords = SplitWords(aLocation, lWordCount);
-    uint32_t lUnused = 0;  // the second number of a file
+    uint32_t lUnused = 0;  // the second number of a file address
     if (lWords.size() != lWordCount || lWords[0].size() > MAX_NAME || !ParseNumber(lWords[1], &mNumber) ||
         (mTransport == TRANSPORT_FILE && !ParseNumber(lWords[2], &lUnused)))
         return false;

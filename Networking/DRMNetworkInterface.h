@@ -7,28 +7,29 @@
 constexpr uint32_t MCI_TIMEOUT = 100;  // milliseconds
 
 // A DCP endpoint for the three DRM distribution protocols that travel as TAG packets: MDI ("DMDI"), MCI ("DMCI") and
-// SDI ("DSDI"), of which it takes two at most.
+// SDI ("DSDI").  One endpoint takes two of them at most.
 //
-// Construct, Open, enable protocols, Start; then the receive operations, or Send.
+// Construct it, call Open, enable the protocols, call Start, and then use the receive operations or Send.
 class DRMNetworkInterface : public DCPInterface {
 public:
-    // Of direction 0 with the longest wait for an MDI unit in milliseconds; other directions ignore it (0).
+    // ainMaxNetworkDelay is the longest wait of a receiving endpoint (direction 0) for an MDI unit, in milliseconds;
+    // other directions ignore it.
     DRMNetworkInterface(uint32_t aDirection, uint32_t ainMaxNetworkDelay);
     ~DRMNetworkInterface() override { CloseIfOpen(); }
 
-    // Two frames at least; less is stored too, with a line in the trace file.
+    // The delay should be two frames (800 ms) at least; a shorter one is stored too, with a line in the trace file.
     void SetMaxNetworkDelay(uint32_t ainMaxNetworkDelay);
     uint32_t GetMaxNetworkDelay() const { return ciMaxNetworkDelay; }
 
-    // 1, also when it is enabled already.  0 with DCP_NOT_OPEN before Open and after Start, with LAYER_TOO_MANY_TAGS
-    // for a third protocol.
+    // Return 1, also when the protocol is enabled already; 0 with DCP_NOT_OPEN before Open and after Start; 0 with
+    // LAYER_TOO_MANY_TAGS for a third protocol.
     uint32_t EnableMDI();
     uint32_t EnableMCI();
     uint32_t EnableSDI();
 
-    // Wait for the next unit: at most the maximum network delay, 100 ms, and 6000 ms.  1 apOut, a packet of capacity 0,
-    // views it until the next receive on this endpoint; 2 time-out; 0 with LAYER_TAG_NOT_REGISTERED when the protocol
-    // is not enabled.
+    // Wait for the next unit: MDI at most the maximum network delay, MCI 100 ms, SDI 6000 ms.  Return 1 with apOut, a
+    // packet of capacity 0, viewing the unit until the next receive on this endpoint; 2 when no unit came in time; 0
+    // with LAYER_TAG_NOT_REGISTERED when the protocol is not enabled.
     uint32_t ReceiveMDI(Packet* apOut);
     uint32_t ReceiveMCI(Packet* apOut);
     uint32_t ReceiveSDI(Packet* apOut);
