@@ -1,5 +1,5 @@
-// bench_dcp: what the codecs, the queues and the layers cost, measured with one frame of a DRM channel, and what the
-// question whether a destination is reachable does.
+// bench_dcp measures what the codecs, the queues and the layers cost with one frame of a DRM channel, and what it costs
+// to ask whether a destination is reachable.
 
 #include <benchmark/benchmark.h>
 
@@ -33,11 +33,11 @@ namespace {
 using benchmark::DoNotOptimize;
 using benchmark::State;
 
-constexpr uint32_t TIME_OUT = 1000;  // milliseconds; nothing here ever waits so long
+constexpr uint32_t TIME_OUT = 1000;  // milliseconds; no benchmark waits so long
 constexpr uint32_t FIFO_SIZE = 25;
 constexpr uint16_t SEQUENCE = 4660;
 
-// A unit of about 1 kB with two streams and all items that a super frame begins with.
+// Returns a unit of about 1 kB with two streams and all items that a super frame begins with.
 std::unique_ptr<MDIUnit> SampleUnit() {
     const DrmMode lMode;
     Multiplex lMultiplex;
@@ -49,7 +49,7 @@ std::unique_ptr<MDIUnit> SampleUnit() {
     return MdiFrames(lMode, lMultiplex, BuildSdcBlocks(lMode, lMultiplex), 0).Next();
 }
 
-// aBytes go through each iteration.  The figures of a benchmark that measured a failure are withheld.
+// aBytes is the number of bytes that one iteration works on.  A benchmark in which a step failed gives no figures.
 void Report(State& aState, uint32_t aBytes, bool aGood) {
     aState.SetBytesProcessed(aState.iterations() * aBytes);
     aState.SetItemsProcessed(aState.iterations());
@@ -85,7 +85,7 @@ void TagWalk(State& aState) {
 }
 BENCHMARK(TagWalk);
 
-// A new unit each time, as a unit that has been parsed is valid at once.
+// Each iteration takes a new unit, because Parse does not look again at a unit that was valid.
 void MdiParse(State& aState) {
     const auto lUnit = SampleUnit();
     bool lGood = true;
@@ -98,7 +98,7 @@ void MdiParse(State& aState) {
 }
 BENCHMARK(MdiParse);
 
-// The AF packet of a unit, as the layer builds it.
+// Builds the AF packet of a unit as AFLayer does.  Returns null when a step fails.
 std::unique_ptr<AFPacket> BuildAF(const Packet& aUnit, const CRC16& aEngine, bool aWithCRC) {
     static char sProtocol[] = "T";
     auto lPacket = std::make_unique<AFPacket>(AF_OVERHEAD + aUnit.GetSize(), uint8_t{1}, uint8_t{0});
@@ -137,7 +137,7 @@ void AFParse(State& aState) {
 }
 BENCHMARK(AFParse)->ArgName("crc")->Arg(0)->Arg(1);
 
-// The only fragment of a packet.
+// Builds a fragment that holds the whole packet.  Returns null when a step fails.
 std::unique_ptr<PFTPacket> BuildFragment(const Packet& aPacket) {
     auto lFragment = std::make_unique<PFTPacket>(PFT_HEADER_SIZE + aPacket.GetSize());
     if (lFragment->WritePayload(aPacket.GetSize(), aPacket.cData) != 1 || lFragment->SetHeader(SEQUENCE, 0, 1) != 1)
@@ -197,7 +197,7 @@ void RSEncodePlain(State& aState) {
 }
 BENCHMARK(RSEncodePlain);
 
-// A codeword with every tenth byte erased, up to a count, and damaged at some other places.
+// Decodes a codeword in which range(0) bytes, one in ten, are erased and range(1) others are wrong.
 template <typename Decoder>
 void Decode(State& aState, Decoder aDecode) {
     const PlainReedSolomon lPlain;
@@ -237,7 +237,7 @@ void RSDecodePlain(State& aState) {
 }
 BENCHMARK(RSDecodePlain)->ArgNames({"erasures", "errors"})->Args({24, 0});
 
-// A packet of a unit's size, protected and then repaired without so many fragments.
+// Protects a packet of a unit's size and repairs it without range(0) of its fragments.
 void FECRoundTrip(State& aState) {
     const auto lUnit = SampleUnit();
     const auto lErrors = static_cast<uint32_t>(aState.range(0));
@@ -276,7 +276,7 @@ void FifoPutGet(State& aState) {
 }
 BENCHMARK(FifoPutGet);
 
-// So many packets in, the last one first, and out in their order.
+// Inserts range(0) packets, the last one first, and takes them out in their order.
 void QueueReorder(State& aState) {
     const auto lUnit = SampleUnit();
     const auto lDepth = static_cast<uint32_t>(aState.range(0));
@@ -298,9 +298,9 @@ void QueueReorder(State& aState) {
 }
 BENCHMARK(QueueReorder)->ArgName("depth")->Arg(1)->Arg(AF_QUEUE_SIZE)->Arg(PFT_QUEUE_SIZE);
 
-// What is asked before every datagram.  After the first question the last two are listed.
+// UDPIPLayer asks this before every datagram.  After the first question the daemon has the last two hosts in its list.
 void AddressState(State& aState, const char* aHost) {
-    platform::SilencePrint();  // the probes, which go to this host only
+    platform::SilencePrint();  // silences the probes, which go to this host only
     for (auto _ : aState) {
         auto lState = CNameResolutionDaemon::GetAddressState(aHost);
         DoNotOptimize(lState);
@@ -313,7 +313,7 @@ BENCHMARK_CAPTURE(AddressState, name, "modulator.invalid");
 
 // The stack
 
-// A transport that gives back what was sent into it.
+// A transport that hands up the packets that were sent into it.
 class MemoryLayer : public Layer {
 public:
     MemoryLayer() { ciMaxPacketSize = UDP_MAX_PACKET_SIZE; }
@@ -325,7 +325,7 @@ public:
 
     uint32_t Receive(Packet* apOut, uint32_t* /*apTimeOut*/, uint32_t /*aTagIndex*/) override {
         if (cPackets.empty()) {
-            // The layers above would ask for ever.
+            // The program ends, because the layers above would go on asking for ever.
             std::fputs("bench_dcp: the stack lost a packet\n", stderr);
             std::exit(1);
         }
@@ -340,7 +340,7 @@ private:
     std::unique_ptr<Packet> cReceived;
 };
 
-// The layers of an endpoint in one direction.
+// The AF and PFT layers of an endpoint that works in one direction.
 struct Stack {
     Stack(Layer* apTransport, uint32_t aPFTMode) {
         mPFT.SetLowerLayer(apTransport);
@@ -355,7 +355,7 @@ struct Stack {
     AFLayer mAF;
 };
 
-// A unit down, up again and parsed.  It fits one fragment: between fragments the layer sleeps.
+// Sends, receives and parses a unit.  The unit must fit into one fragment, because the layer sleeps between fragments.
 void StackRoundTrip(State& aState) {
     const auto lUnit = SampleUnit();
     const auto lMode = static_cast<uint32_t>(aState.range(0));

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <iterator>
 
-// RS(255, 207) over GF(2^8) by the textbook, one product of logarithms at a time: what the codec is measured and
-// checked against.  Shares nothing with it.
+// RS(255, 207) over GF(2^8) by the textbook, one product of logarithms at a time.  The codec is measured and checked
+// against this class, which therefore shares nothing with it.
 class PlainReedSolomon {
 public:
     PlainReedSolomon() {
@@ -48,7 +48,7 @@ public:
         return true;
     }
 
-    // Returns the corrected bytes' count, or -1; no indexes.
+    // Returns how many bytes were corrected, or -1 when the codeword cannot be corrected.
     int Decode(uint8_t* apCodeword, const int32_t* apErased, int aErased) const {
         Terms lSyndromes = {};
         bool lConsistent = true;
@@ -89,7 +89,7 @@ public:
 private:
     static constexpr int N = 255;
     static constexpr int ROOTS = 48;
-    struct Terms {  // of a polynomial, constant term first
+    struct Terms {  // the terms of a polynomial, constant term first
         uint8_t& operator[](int aTerm) { return mTerms[aTerm]; }
         uint8_t operator[](int aTerm) const { return mTerms[aTerm]; }
         uint8_t mTerms[ROOTS + 1];
@@ -99,7 +99,7 @@ private:
         return aOne == 0 || aOther == 0 ? uint8_t{0} : cPowers[(cLogarithms[aOne] + cLogarithms[aOther]) % N];
     }
 
-    // Of a polynomial at alpha^aExponent, by Horner, its terms from the highest power on.
+    // Returns the value of a polynomial at alpha^aExponent by Horner's rule.  The terms start with the highest power.
     template <typename Iterator>
     uint8_t Value(Iterator aFirst, Iterator aLast, int aExponent) const {
         uint8_t lValue = 0;
