@@ -17,7 +17,7 @@ public:
     explicit Player(const std::function<void()>& aBefore = [] {}) : Process({TESSAVOX}, "", aBefore) {}
 };
 
-// A test in a directory of its own, with what a player there needs, and a listener for what it sends.
+// A test that runs in a directory of its own, with what a player needs there and a listener for what the player sends.
 class PlayerFixture : public testing::Test {
 protected:
     static void Configure(const std::string& aSettings) {
@@ -31,7 +31,7 @@ protected:
     static void MakeRecording(const std::string& aOptions) {
         ASSERT_EQ(0, std::system((std::string(MDI_MAKE) + " " + aOptions + " rec.mdi >/dev/null").c_str()));
     }
-    // The "dlfc" of the next unit that arrives in one fragment; -1 when none does.
+    // Returns the "dlfc" of the next unit, which must arrive in one fragment; -1 when nothing arrives.
     int64_t NextCounter() {
         unsigned char lBytes[1472];
         size_t lSize = 0;

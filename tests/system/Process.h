@@ -16,8 +16,9 @@
 #include "platform/Clock.h"
 #include "tests/unit/TestSupport.h"
 
-// A program in the current directory: keys through a pipe, standard output into the file "console", errors into
-// "errors", or in both with the name given behind it.  Killed with the object or the test when it still runs.
+// A program that runs in the current directory.  It gets keys through a pipe and writes its standard output and errors
+// to the files "console" and "errors", both with aName appended.  It is killed at the end of the object or of the test
+// when it still runs.
 class Process {
 public:
     explicit Process(
@@ -53,7 +54,7 @@ public:
     void Press(const char* aKeys) { EXPECT_EQ(1, write(cKeys, aKeys, 1)); }
     void Signal(int aSignal) { EXPECT_EQ(0, kill(cProcess, aSignal)); }
 
-    // Waits for its end: the exit code, or -1 after ten seconds or another end.
+    // Waits for the program's end.  Returns its exit code, or -1 after ten seconds or when a signal ended it.
     int ExitCode() {
         return Eventually([this] { return Ended(); }) && WIFEXITED(cStatus) ? WEXITSTATUS(cStatus) : -1;
     }

@@ -20,13 +20,13 @@
 
 #include "tests/unit/TestSupport.h"
 
-// Two hosts on a cable: network namespaces without names, joined by a veth pair.  The calling thread, and what it
-// starts from then on, is on the first one (10.77.0.1) until the process ends, and has an /etc/hosts of its own; the
-// second one answers at 10.77.0.2 and 10.77.0.5.  Nobody answers at 10.77.0.8 and 10.77.0.9.  All is gone with the
-// process.
+// Two hosts on a cable: two network namespaces without names, joined by a veth pair.  Make moves the calling thread,
+// and what it starts from then on, to the first host (10.77.0.1) and gives them an /etc/hosts of their own.  The second
+// host answers at 10.77.0.2 and 10.77.0.5.  Nobody answers at 10.77.0.8 and 10.77.0.9.  The process's end removes
+// everything.
 class TwoHosts {
 public:
-    // Why they cannot be had; empty when they can.
+    // Makes the hosts.  Returns the reason why they cannot be made, or an empty text.
     std::string Make() {
         if (!Shell("ip -V >/dev/null 2>&1"))
             return "there is no ip command";
@@ -51,7 +51,7 @@ public:
         return lMade ? "" : "no cable or hosts file";
     }
 
-    // Does something on the second host.
+    // Runs aWork on the second host.
     void AtThere(const std::function<void()>& aWork) {
         setns(cThere, CLONE_NEWNET);
         aWork();
@@ -71,7 +71,7 @@ private:
     int cHere = -1, cThere = -1;
 };
 
-// Sees the ICMP echo requests that leave the first host, from its making on.
+// Sees the ICMP echo requests that leave the first host while the object lives.
 class Capture {
 public:
     Capture() : cHandle(socket(AF_PACKET, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, htons(ETH_P_ALL))) {}
@@ -79,7 +79,7 @@ public:
     Capture(const Capture&) = delete;
     Capture& operator=(const Capture&) = delete;
 
-    // The next one's IP packet; empty when there is none.
+    // Returns the IP packet of the next request; an empty one when there is none.
     std::vector<unsigned char> Next() {
         unsigned char lBytes[2000];
         for (ssize_t lSize = 0; (lSize = recv(cHandle, lBytes, sizeof lBytes, 0)) >= 0;) {
@@ -89,7 +89,7 @@ public:
         return {};
     }
 
-    // Whether one to that address comes within ten seconds.
+    // Returns whether a request to that address comes within ten seconds.
     bool Sees(const std::string& aAddress) {
         return Eventually([&] {
             const auto lPacket = Next();

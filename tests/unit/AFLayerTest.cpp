@@ -11,7 +11,7 @@
 
 namespace {
 
-// An AF packet whose payload is its sequence number as text.
+// Returns an AF packet whose payload is its sequence number as text.
 std::string Framed(uint16_t aSequence, char aType = 'T') {
     CRC16 lEngine(CRC16_POLYNOMIAL, true);
     const std::string lText = std::to_string(aSequence);
@@ -44,7 +44,7 @@ TEST_F(AFLayerTest, FramesWithSequenceAndCRC) {
     EXPECT_EQ(std::string("AF\0\0\0\4\0\1\x90T\1\2\3\4\xA8\xED", 16), cTransport.cSent.back());
     cTransport.cSendCode = 12;
     EXPECT_EQ(12u, CodeOf(cLayer, cLayer.Send(&lPacket)));
-    EXPECT_EQ(2, cLayer.ciSequence);  // not used up
+    EXPECT_EQ(2, cLayer.ciSequence);  // the failure used up no number
     cLayer.ciMaxPacketSize = 3;
     EXPECT_EQ(LAYER_PACKET_TOO_BIG, CodeOf(cLayer, cLayer.Send(&lPacket)));
     lPacket.cProtocol = "AF";
@@ -52,15 +52,15 @@ TEST_F(AFLayerTest, FramesWithSequenceAndCRC) {
 }
 
 TEST_F(AFLayerTest, FollowsSequenceNumbers) {
-    // What comes (-1: nothing, -2: a failure), and what the layer makes of it.
+    // The sequence numbers that come (-1 stands for a time-out, -2 for a failure), and what the layer hands up.
     const std::pair<std::vector<int>, const char*> CASES[] = {
         {{7, 8, 9}, "7 8 9 "},
         {{7, 9, 8}, "7 8 9 "},
         {{7, 10, 9, 8, 11}, "7 8 9 10 11 "},
-        {{7, 19, 19}, "7 - 19 "},   // 11 ahead
-        {{7, 18, 8}, "7 8 "},       // 10 ahead waits
-        {{7, 7, 8}, "7 - 8 "},      // repeated
-        {{17, 9, 30}, "17 - 30 "},  // 9 behind
+        {{7, 19, 19}, "7 - 19 "},   // 11 ahead is too far
+        {{7, 18, 8}, "7 8 "},       // 10 ahead waits in the queue
+        {{7, 7, 8}, "7 - 8 "},      // 7 is repeated
+        {{17, 9, 30}, "17 - 30 "},  // 9 behind is late
         {{17, 8, 18}, "17 18 "},    // 10 behind counts as ahead
         {{65533, 3, 65534, 65535, 0, 1, 2}, "65533 65534 65535 0 1 2 3 "},
         {{65535, 0}, "65535 0 "},
@@ -80,7 +80,7 @@ TEST_F(AFLayerTest, FollowsSequenceNumbers) {
         }
         EXPECT_EQ(lExpected, ReceiveAll(cLayer, "T"));
     }
-    EXPECT_EQ(11u, cLayer.GetError());  // the transport's
+    EXPECT_EQ(11u, cLayer.GetError());  // the transport's code
 }
 
 TEST_F(AFLayerTest, FileModeTakesAnyOrderAndFaultyPacketsAreNamed) {
@@ -92,7 +92,7 @@ TEST_F(AFLayerTest, FileModeTakesAnyOrderAndFaultyPacketsAreNamed) {
     EXPECT_EQ("AF Packet Parsing Failed\n", Printed([&] { EXPECT_EQ("9 3 - 3 65535 ", ReceiveAll(cLayer, "T")); }));
 }
 
-// 65536 units take 7.3 hours on air.
+// On air the numbers wrap after 65536 units, which take 7.3 hours.
 TEST(StackTest, SequenceNumbersWrapOnBothSides) {
     FakeTransport lTransport;
     PFTLayer lPFT[2];

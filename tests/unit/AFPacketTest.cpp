@@ -15,7 +15,7 @@ const CRC16 ENGINE(CRC16_POLYNOMIAL, true);
 const std::string WITH_CRC = "AF\0\0\0\4\0\1\x90T\1\2\3\4\xA8\xED"s;
 const std::string WITHOUT_CRC = "AF\0\0\0\4\0\1\x10T\1\2\3\4\0\0"s;
 
-// The packet as it is sent; empty when a step failed.
+// Returns the packet as it is sent; an empty text when a step failed.
 std::string Build(const std::string& aPayload, bool aCRCFlag, uint8_t aMajor = 1, uint8_t aMinor = 0) {
     char lProtocol[] = "TAG";
     const uint32_t lLength = static_cast<uint32_t>(aPayload.size());
@@ -27,7 +27,7 @@ std::string Build(const std::string& aPayload, bool aCRCFlag, uint8_t aMajor = 1
     return lBuilt ? std::string(reinterpret_cast<char*>(lPacket.cData), lPacket.cSize) : "";
 }
 
-// Parses a copy of exactly these bytes: the size of the packet in front, or the error code when it is refused.
+// Parses a copy of exactly these bytes.  Returns the size of the packet in front, or the error code when it is refused.
 uint32_t Parse(const std::string& aBytes) {
     Packet lOwner(static_cast<uint32_t>(aBytes.size()));
     lOwner.Write(lOwner.cCapacity, reinterpret_cast<const unsigned char*>(aBytes.data()));
@@ -63,7 +63,7 @@ TEST(AFPacketTest, RefusesDamage) {
     for (size_t lBit = 0; lBit < WITH_CRC.size() * 8; ++lBit) {
         std::string lBad = WITH_CRC;
         lBad[lBit / 8] = static_cast<char>(lBad[lBit / 8] ^ (0x80 >> lBit % 8));
-        EXPECT_GT(12u, Parse(lBad)) << "bit " << lBit;  // less than any packet
+        EXPECT_GT(12u, Parse(lBad)) << "bit " << lBit;  // a code is less than the size of any packet
     }
     const std::pair<const char*, std::string> BAD[] = {
         {"not AF", "BF\0\0\0\4\0\1\x10T\1\2\3\4\0\0"s},
@@ -81,7 +81,7 @@ TEST(AFPacketTest, WritesNothingBeyondItsCapacity) {
     const unsigned char lPayload[6] = {};
     for (uint32_t lCapacity = 0; lCapacity < 18; ++lCapacity) {
         AFPacket lPacket(lCapacity, 1, 0);
-        EXPECT_EQ(0u, lPacket.SetCRC(true));  // no engine
+        EXPECT_EQ(0u, lPacket.SetCRC(true));  // there is no engine
         lPacket.SetCRCEngine(&ENGINE);
         EXPECT_EQ(lCapacity >= 16 ? 1u : 0u, lPacket.WritePayload(6, lPayload)) << lCapacity;
         EXPECT_EQ(lCapacity >= 10 ? 1u : 0u, lPacket.SetHeader(1, true)) << lCapacity;
@@ -91,7 +91,7 @@ TEST(AFPacketTest, WritesNothingBeyondItsCapacity) {
     }
     AFPacket lPacket(70000, 1, 0);
     EXPECT_EQ(1u, lPacket.WritePayload(65526, std::vector<unsigned char>(65526).data()));
-    EXPECT_EQ(0u, lPacket.SetCRC(false));  // too long
+    EXPECT_EQ(0u, lPacket.SetCRC(false));  // the packet is too long
     EXPECT_EQ(PACKET_WRITE_OVERFLOW, lPacket.GetError());
 }
 

@@ -1,5 +1,5 @@
-// How often a unit's bytes are copied on their road through two endpoints.  The linker leads every memcpy and memmove
-// of this program here (see CMakeLists.txt).
+// Counts how often a unit's bytes are copied on their way through two endpoints.  The linker redirects every memcpy and
+// memmove of this program to this file (see CMakeLists.txt).
 
 #include <gtest/gtest.h>
 
@@ -14,7 +14,7 @@
 namespace {
 
 constexpr uint32_t STREAM_SIZE = 3000;   // more than two fragments over UDP
-constexpr size_t SMALLEST_COUNTED = 60;  // bytes; below that lie headers and small items
+constexpr size_t SMALLEST_COUNTED = 60;  // bytes; smaller copies are those of headers and small items
 
 std::atomic<size_t> sCopied = 0;
 
@@ -39,7 +39,7 @@ void* __wrap_memmove(void* apTo, const void* apFrom, size_t aSize) {
 
 namespace {
 
-// Waits until an endpoint has brought so many units to where they go.
+// Counts the units that an endpoint has filed or sent.
 class UnitCounter : public StackObserver {
 public:
     void Observe(const StackReport& aReport) override {
@@ -65,7 +65,7 @@ std::unique_ptr<MDIUnit> TestUnit() {
     return lUnit;
 }
 
-// How many times its size aUnits units were copied each while aAct brought them to their place.
+// Returns how often each of aUnits units was copied while aAct ran.
 template <typename Act>
 size_t CopiesOf(uint32_t aUnits, Act aAct) {
     const size_t lBefore = sCopied;
@@ -89,7 +89,7 @@ TEST(CopiesTest, AUnitIsCopiedWhereItChangesItsOwnerOrItsForm) {
         }
         ASSERT_EQ(1u, lPlayer.Open((std::string(lScheme) + "rec.mdi:0:0").c_str(), 0));
         ASSERT_EQ(1u, lPlayer.EnableMDI());
-        // From the file into a packet and from there into the fifo; after nine units the player pauses.
+        // A unit is copied from the file into a packet and from there into the fifo.  After nine the player pauses.
         EXPECT_EQ(lExpected, CopiesOf(9, [&] { ASSERT_TRUE(lPlayer.Start() && lFiled.Await(9)); })) << lScheme;
     }
     UnitCounter lSent;
@@ -97,7 +97,7 @@ TEST(CopiesTest, AUnitIsCopiedWhereItChangesItsOwnerOrItsForm) {
     lSender.ciObserver = &lSent;
     ASSERT_EQ(1u, lSender.Open(("dcp.udp.pft://127.0.0.1:" + std::to_string(TestPort())).c_str(), 0));
     ASSERT_TRUE(lSender.EnableMDI() && lSender.Start());
-    // Into the fifo, into the AF packet and into the fragments.
+    // A unit is copied into the fifo, into the AF packet and into the fragments.
     EXPECT_EQ(3u, CopiesOf(1, [&] {
                   lSender.Send(lUnit.get());
                   ASSERT_TRUE(lSent.Await(1));

@@ -15,7 +15,7 @@ inline std::string BytesOf(const Packet& aPacket) {
     return {reinterpret_cast<const char*>(aPacket.cData), aPacket.GetSize()};
 }
 
-// A packet of exactly these bytes.
+// A packet that holds exactly aBytes.
 struct TextPacket : Packet {
     explicit TextPacket(const std::string& aBytes, const char* apProtocol = nullptr)
         : Packet(static_cast<uint32_t>(aBytes.size())) {
@@ -24,15 +24,15 @@ struct TextPacket : Packet {
     }
 };
 
-// The code of an operation that failed, 0 of one that did not.
+// Returns the code of an operation that failed (its result was 0), or 0 for one that did not.
 template <typename Object>
 uint32_t CodeOf(Object& aObject, uint32_t aResult) {
     return aResult == 0 ? aObject.GetError() : 0;
 }
 
-struct Exhausted {};  // thrown at the caller when a test's transport has nothing more to say
+struct Exhausted {};  // thrown by a test's transport when its script is at its end
 
-// A transport in memory: keeps what is sent, and answers each Receive with the next scripted result.
+// A transport in memory that keeps what is sent and answers each Receive with the next result of a script.
 class FakeTransport : public Layer {
 public:
     explicit FakeTransport(uint32_t aMaxPacketSize = 1472) : cPacket(aMaxPacketSize) {
@@ -76,12 +76,12 @@ public:
     uint32_t cSendCode = 0;
     std::vector<std::string> cSent;
     std::deque<std::pair<uint32_t, std::string>> cScript;
-    std::vector<uint32_t> cTimeOuts;  // as each Receive found them
+    std::vector<uint32_t> cTimeOuts;  // *apTimeOut at the start of each Receive
     Packet cPacket;
     char cProtocol[3] = "";
 };
 
-// Counts what a layer reports.
+// Counts the events that a layer reports.
 class EventCounts : public StackObserver {
 public:
     explicit EventCounts(Layer& aLayer) {
@@ -99,8 +99,8 @@ private:
     std::array<uint64_t, static_cast<size_t>(StackEvent::COUNT)> cCounts{};
 };
 
-// What the layer's Receive gives until its transport is exhausted: packets, of the protocol, "-" for a failure or loss,
-// "2" for nothing.
+// Calls the layer's Receive until its transport is exhausted.  Returns a word for each result: the bytes of a packet,
+// which must have the given protocol; "-" for a failure or loss; "2" when nothing came.
 inline std::string ReceiveAll(Layer& aLayer, const std::string& aProtocol) {
     std::string lAll;
     Packet lOut(0);

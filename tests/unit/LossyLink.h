@@ -9,7 +9,7 @@
 
 #include "platform/Socket.h"
 
-// A link between two UDP ports that damages packets no more than parity against one lost fragment can mend.
+// A link between two UDP ports.  It damages packets only so far that parity against one lost fragment can repair them.
 class LossyLink {
 public:
     LossyLink(uint32_t aFromPort, uint32_t aToPort) {
@@ -18,7 +18,7 @@ public:
         EXPECT_TRUE(cOut.Create() && cOut.Connect(LOOPBACK, static_cast<uint16_t>(aToPort)));
     }
 
-    // Lets the next packet through, all of its fragments or what Damage leaves of them.
+    // Passes the next packet on: all of its fragments, or what Damage leaves of them.
     void PassPacket(bool aDamaged) {
         std::vector<std::string> lFragments;
         for (size_t lCount = 1; lFragments.size() < lCount;) {
@@ -37,7 +37,7 @@ public:
 private:
     static constexpr uint32_t LOOPBACK = 0x7F000001;
 
-    // One is lost, and one or two of the others are swapped with their neighbours or doubled behind the gap.
+    // Loses one fragment, sometimes doubles the one behind it, and swaps neighbours at a distance from the gap.
     void Damage(std::vector<std::string>& aFragments) {
         const size_t lLost = cRandom() % aFragments.size();
         const auto lPlace = aFragments.erase(aFragments.begin() + static_cast<std::ptrdiff_t>(lLost));

@@ -31,7 +31,7 @@ std::unique_ptr<MDIUnit> TestUnit(uint32_t aCounter) {
 
 TEST(LossyLinkTest, EverythingRepairableArrives) {
     const TestDirectory lDirectory;
-    const uint32_t lPort = TestPort();  // of the link; the receiver's is the next one
+    const uint32_t lPort = TestPort();  // the link's port; the receiver has the next one
     LossyLink lLink(lPort, lPort + 1);
     DRMNetworkInterface lReceiver(0, 6000), lSender(1, 0);
     ASSERT_TRUE(lReceiver.Open(Address(lPort + 1).c_str(), 0) && lReceiver.EnableMDI() && lReceiver.Start());
@@ -40,7 +40,7 @@ TEST(LossyLinkTest, EverythingRepairableArrives) {
     for (uint32_t lCounter = 0; lCounter < UNITS; ++lCounter)
         ASSERT_EQ(1u, lSender.Send(TestUnit(lCounter).get()));
     for (uint32_t lCounter = 0; lCounter < UNITS; ++lCounter)
-        lLink.PassPacket(lCounter + 1 < UNITS);  // without another packet behind it a gap would not be noticed
+        lLink.PassPacket(lCounter + 1 < UNITS);  // no later packet would show a gap in the last
     for (uint32_t lCounter = 0; lCounter < UNITS; ++lCounter) {
         Packet lUnit(0);
         ASSERT_EQ(1u, lReceiver.ReceiveMDI(&lUnit)) << lCounter;

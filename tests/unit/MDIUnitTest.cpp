@@ -15,7 +15,7 @@ namespace {
 
 using namespace std::string_literals;
 
-// An item as it is on the wire.
+// Returns an item as it is on the wire.
 std::string Item(const std::string& aName, char aBits, const std::string& aValue) {
     return aName + "\0\0\0"s + aBits + aValue;
 }
@@ -36,7 +36,7 @@ struct Unit : MDIUnit {
     TextPacket mOwner;
 };
 
-// Gets each item from one unit and sets it in another; gives the other's code for each.
+// Gets each item from aFrom and sets it in *apTo.  Returns the code of *apTo for each, 0 for success.
 std::vector<uint32_t> CopyItems(const MDIUnit& aFrom, MDIUnit* apTo) {
     uint32_t lBits;
     unsigned char lValue[16];
@@ -72,7 +72,7 @@ TEST(TAGPacketTest, WalksItems) {
         const TextPacket lOwner(lBytes);
         TAGPacket lPacket(0);
         lPacket.Share(&lOwner);
-        EXPECT_EQ(lResult, lPacket.Parse());  // without a place for the protocol
+        EXPECT_EQ(lResult, lPacket.Parse());  // with a null cPayloadProtocol
         lPacket.cPayloadProtocol = lFound;
         EXPECT_EQ(lResult, lPacket.Parse());
         EXPECT_STREQ(lProtocol, lFound);
@@ -100,7 +100,7 @@ TEST(MDIUnitTest, BuildsTheWireFormatAndReadsItBack) {
     EXPECT_EQ(WHOLE, BytesOf(lAgain));
     const std::vector<uint32_t> PRESENT = {MDI_DLFC_PRESENT,      MDI_FAC_PRESENT,   MDI_SDC_PRESENT,
                                            MDI_SDCI_PRESENT,      MDI_ROBM_PRESENT,  MDI_TIST_PRESENT,
-                                           PACKET_WRITE_OVERFLOW, MDI_STREAM_PRESENT};  // info may repeat: no room
+                                           PACKET_WRITE_OVERFLOW, MDI_STREAM_PRESENT};  // info did not fit
     EXPECT_EQ(PRESENT, CopyItems(lBuilt, &lAgain));
     EXPECT_EQ(WHOLE, BytesOf(lAgain));
     uint32_t lUntouched = 7;
@@ -110,13 +110,13 @@ TEST(MDIUnitTest, BuildsTheWireFormatAndReadsItBack) {
     EXPECT_EQ(0u, MDIUnit(100, 0, 0).SetStream(4, 0, nullptr));
 }
 
-// A unit of the required items, with aOther in place of one of them.
+// Returns a unit of the required items, with aOther in place of aItem.
 std::string Instead(const std::string& aItem, const std::string& aOther) {
     std::string lBytes = PTR + DLFC + FAC + SDCI + ROBM + STR2;
     return lBytes.replace(lBytes.find(aItem), aItem.size(), aOther);
 }
 
-// Parses with this code, 0 for success, and for this item.
+// Expects Parse to give this code (0 for success) and, unless aItem is empty, to find aItem faulty.
 void ExpectParse(uint32_t aError, const std::string& aBytes, const std::string& aItem = "") {
     Unit lUnit(aBytes);
     EXPECT_EQ(aError == 0 ? 1u : 0u, lUnit.Parse()) << aBytes;
@@ -127,7 +127,7 @@ void ExpectParse(uint32_t aError, const std::string& aBytes, const std::string& 
 TEST(MDIUnitTest, ChecksItems) {
     ExpectParse(0, INFO + STR2 + ROBM + SDCI + FAC + DLFC + PTR);
     ExpectParse(0, Instead(STR2, Item("what", 3, "x") + Item("str0", 0, "")));
-    ExpectParse(0, Instead(FAC, FAC + Item("fac_", 8, "x")));  // the first counts
+    ExpectParse(0, Instead(FAC, FAC + Item("fac_", 8, "x")));  // the first of them counts
     for (const std::string& lItem : {PTR, DLFC, FAC, SDCI, ROBM, STR2})
         ExpectParse(MDI_ITEM_MISSING, Instead(lItem, ""), lItem == STR2 ? "str0" : lItem.substr(0, 4));
     const std::string lTist = Item("tist", 32, "TIST");
@@ -144,7 +144,7 @@ TEST(MDIUnitTest, NeverReadsPastACutUnit) {
         ExpectParse(MDI_ITEM_MISSING, WHOLE.substr(0, lSize));
     Unit lUnit(WHOLE);
     ASSERT_EQ(1u, lUnit.Parse());
-    const TextPacket lShort(WHOLE.substr(0, 26));  // ends within the first of the items that were found
+    const TextPacket lShort(WHOLE.substr(0, 26));  // ends within dlfc
     lUnit.Share(&lShort);
     MDIUnit lCopy(100, 1, 2);
     CopyItems(lUnit, &lCopy);
@@ -160,11 +160,11 @@ TEST(MDIUnitTest, RenumbersInPlace) {
     EXPECT_EQ(Instead(PTR + DLFC, PTR + INFO + Item("dlfc", 32, "\0\1\3\5"s)), BytesOf(lUnit));
 
     MDIUnit lBuilt(50, 0, 0);
-    EXPECT_EQ(1u, lBuilt.SetDlfc(7, true));  // none there yet: appended
+    EXPECT_EQ(1u, lBuilt.SetDlfc(7, true));  // appended, because there is none yet
     EXPECT_EQ(28u, lBuilt.GetSize());
     EXPECT_EQ(1u, lBuilt.SetRobm(1));
     EXPECT_EQ(0u, lBuilt.Parse());
-    EXPECT_EQ(0u, lBuilt.SetRobm(1));            // not forgotten by the failed parse
+    EXPECT_EQ(0u, lBuilt.SetRobm(1));            // the failed Parse has not forgotten it
     EXPECT_EQ(0u, MDIUnit(15, 0, 0).GetSize());  // no room for *ptr
 }
 

@@ -17,7 +17,7 @@ const unsigned char* Bytes(const std::string& aText) {
     return reinterpret_cast<const unsigned char*>(aText.data());
 }
 
-// The payload of a fragment names it; the first one begins with the tag of the whole.
+// Returns a fragment with the payload "PSEQ.FINDEX;", before which the first one has "AF", the tag of the packet.
 std::string Fragment(uint32_t aPSeq, uint32_t aFindex, uint32_t aFcount, bool aFEC) {
     const std::string lText = (aFindex == 0 ? "AF" : "") + std::to_string(aPSeq) + "." + std::to_string(aFindex) + ";";
     PFTPacket lPacket(100);
@@ -36,8 +36,8 @@ protected:
         cLayer.RegisterTag("AF", nullptr);
     }
 
-    // Words: PSEQ.FINDEX/FCOUNT, with ! behind it a fragment with parity; a text that begins with AF, a whole packet;
-    // T, the transport times out; E, it fails; X, a damaged fragment.
+    // Each word is a result of the transport: PSEQ.FINDEX/FCOUNT is a fragment, with ! behind it one with parity; a
+    // text that begins with AF is a whole packet; T is a time-out, E a failure and X a damaged fragment.
     void WillReceive(const std::string& aScript) {
         std::istringstream lScript(aScript);
         for (std::string lWord; lScript >> lWord;) {
@@ -70,21 +70,21 @@ TEST_F(PFTLayerTest, PutsFragmentsTogether) {
         const char* mExpected;
     } const CASES[] = {
         {"7.0/1 8.0/1", "AF7.0; AF8.0; "},
-        {"1.2/3 T 65535.0/1 0.0/2 0.1/2 1.0/1", "AF65535.0; AF0.0;0.1; AF1.0; "},  // before the first: skipped
+        {"1.2/3 T 65535.0/1 0.0/2 0.1/2 1.0/1", "AF65535.0; AF0.0;0.1; AF1.0; "},  // 1.2 follows no first fragment
         {"0.0/4 0.2/4 0.3/4 0.1/4", "AF0.0;0.1;0.2;0.3; "},
         {"5.0/2 6.0/2 6.1/2 5.1/2", "AF5.0;5.1; AF6.0;6.1; "},
         {"65535.0/3 0.0/3 65535.2/3 65535.1/3 0.1/3 0.2/3", "AF65535.0;65535.1;65535.2; AF0.0;0.1;0.2; "},
         {"5.0/2 5.0/2 5.1/2 6.0/1", "- AF6.0; "},         // a repeated fragment is far behind
-        {"5.0/1 200.0/1 201.0/1", "AF5.0; - AF201.0; "},  // a jump
-        {"5.0/2 T 5.1/2 6.0/1", "2 AF6.0; "},             // silence in mid-packet
-        {"5.0/1 4.0/1 3.0/1 6.0/1", "AF5.0; AF6.0; "},    // a little behind: waits in the queue
+        {"5.0/1 200.0/1 201.0/1", "AF5.0; - AF201.0; "},  // 200 is far ahead
+        {"5.0/2 T 5.1/2 6.0/1", "2 AF6.0; "},             // silence inside a packet
+        {"5.0/1 4.0/1 3.0/1 6.0/1", "AF5.0; AF6.0; "},    // 4 and 3 wait in the queue
         {"5.0/2 5.1/2 5.1/2 7.0/1 6.0/1 8.0/1", "AF5.0;5.1; AF6.0; AF7.0; AF8.0; "},  // 7 waits behind the repeated one
-        {"5.0/6 5.2/6 5.3/6 5.4/6 5.5/6 6.0/6 7.0/6 8.0/1", "- AF8.0; "},             // lost until one is far ahead
-        {"5.0/1! 6.0/1", "- AF6.0; "},                                                // parity cannot be undone
-        {"5.0/5! 5.2/5! 5.3/5! 5.4/5! 6.0/1", "- AF6.0; "},                           // nor a gap repaired
-        {"5.0/4 5.1/2 6.0/1", "- AF6.0; "},  // never complete: the count changed
+        {"5.0/6 5.2/6 5.3/6 5.4/6 5.5/6 6.0/6 7.0/6 8.0/1", "- AF8.0; "},  // 5.1 is lost when 8.0 is far ahead
+        {"5.0/1! 6.0/1", "- AF6.0; "},                                     // too short to have parity
+        {"5.0/5! 5.2/5! 5.3/5! 5.4/5! 6.0/1", "- AF6.0; "},                // too short to repair a gap
+        {"5.0/4 5.1/2 6.0/1", "- AF6.0; "},                                // never complete, because the count changed
         {"AFone 900.0/2 AFtwo 800.1/2 AF3", "AFone - AFtwo - AF3 "},
-        {"5.0/2 AFwhole 5.1/2 6.0/1 7.0/1 8.0/1", "AFwhole AF8.0; "},  // given up for a whole packet
+        {"5.0/2 AFwhole 5.1/2 6.0/1 7.0/1 8.0/1", "AFwhole AF8.0; "},  // 5 is given up for a whole packet
         {"E X 5.0/2 E X 5.1/2", "AF5.0;5.1; "},
     };
     for (const auto& lCase : CASES) {
@@ -93,7 +93,7 @@ TEST_F(PFTLayerTest, PutsFragmentsTogether) {
         cLayer.ciRxState = RX_RESET;
         EXPECT_EQ(lCase.mExpected, ReceiveAll());
     }
-    EXPECT_EQ(4u, TraceLines().size());  // the last case's
+    EXPECT_EQ(4u, TraceLines().size());  // of the last case
     EXPECT_NE(std::string::npos, TraceLines()[0].find("Assertion (0) in file \"Networking/PFTLayer.cpp\""));
 }
 
@@ -135,7 +135,7 @@ TEST_F(PFTLayerTest, CutsPackets) {
     struct {
         size_t mSize;
         std::vector<size_t> mFragments;
-        uint32_t mPauses;  // milliseconds in all
+        uint32_t mPauses;  // milliseconds of all pauses together
     } const CASES[] = {{1, {1}, 0}, {1458, {1458}, 0}, {1459, {1458, 1}, 100}, {3000, {1458, 1458, 84}, 132}};
     uint16_t lPSeq = 65534;
     cLayer.ciwPSeq = lPSeq;
@@ -165,7 +165,7 @@ TEST_F(PFTLayerTest, RefusesToSend) {
     const unsigned char lByte = 1;
     Packet lPacket(1);
     lPacket.cProtocol = "AF";
-    EXPECT_EQ(0u, cLayer.Send(&lPacket));  // empty
+    EXPECT_EQ(0u, cLayer.Send(&lPacket));  // it is empty
     EXPECT_EQ(PACKET_READ_OVERFLOW, cLayer.GetError());
     lPacket.Write(1, &lByte);
     cTransport.cSendCode = 12;
@@ -180,7 +180,7 @@ TEST_F(PFTLayerTest, RefusesToSend) {
 
 TEST_F(PFTLayerTest, ReadsTheSupportedErrorsFromTheRegistry) {
     setenv("VESTRAL_REGISTRY", "registry.reg", 1);
-    EXPECT_EQ(1u, PFTLayer().ciSupportedErrors);  // no registry at all
+    EXPECT_EQ(1u, PFTLayer().ciSupportedErrors);  // there is no registry
     const std::pair<const char*, uint32_t> CASES[] = {{"0", 1}, {"1", 1},        {"5", 5},
                                                       {"9", 7}, {"ffffffff", 7}, {"?", 1}};
     for (const auto& [lText, lExpected] : CASES) {

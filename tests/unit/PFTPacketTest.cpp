@@ -11,7 +11,7 @@ namespace {
 
 using namespace std::string_literals;
 
-const std::string WHOLE = "PF\0\0\0\0\0\0\0\1\0\0\x13\7"s;  // the only piece, without payload
+const std::string WHOLE = "PF\0\0\0\0\0\0\0\1\0\0\x13\7"s;  // the only fragment, without payload
 
 // A fragment that views a copy of exactly these bytes.
 struct Received : PFTPacket {
@@ -22,7 +22,7 @@ struct Received : PFTPacket {
     Packet mOwner;
 };
 
-// These header bytes with their HCRC and so many bytes of payload.
+// Returns a fragment of these header bytes, their HCRC and aPayload bytes of payload.
 std::string Fragment(const std::string& aHeader, size_t aPayload) {
     const uint16_t lCRC = PFTPacket::SharedEngine()->Compute(reinterpret_cast<const unsigned char*>(aHeader.data()),
                                                              static_cast<int32_t>(aHeader.size()));
@@ -46,7 +46,7 @@ TEST(PFTPacketTest, BuildsTheWireFormatAndParsesIt) {
                 lBuilt.SetAddresses(65534, 32769);
         }
         lBuilt.WritePayload(300, reinterpret_cast<const unsigned char*>(&lBytes[lHeader.size()]));
-        EXPECT_EQ(1u, lBuilt.SetHeader(0x1234, 0xFF01116F, 0x01011170));  // 24 bits count
+        EXPECT_EQ(1u, lBuilt.SetHeader(0x1234, 0xFF01116F, 0x01011170));  // only 24 bits count
         EXPECT_EQ(lBuilt.cPayload, lBuilt.cWritePosition);
         ASSERT_EQ(lBytes, std::string(reinterpret_cast<char*>(lBuilt.cData), lBuilt.cSize));
 

@@ -9,7 +9,7 @@
 
 namespace {
 
-// "abcdef" in a buffer of 8; "cde" is the payload.
+// A packet of "abcdef" in a buffer of 8 bytes; "cde" is its payload.
 struct Filled : Packet {
     Filled() : Packet(8) {
         Write(6, Octets("abcdef"));
@@ -23,7 +23,7 @@ struct Filled : Packet {
 
 using Got = std::pair<uint32_t, std::string>;
 
-// The result of Read and what it gives.
+// Returns the result of Read and the text that it read.
 Got ReadText(Packet* apPacket, uint32_t aLength) {
     std::string lText(aLength, '-');
     const uint32_t lResult = apPacket->Read(aLength, reinterpret_cast<unsigned char*>(lText.data()));
@@ -55,13 +55,13 @@ TEST(PacketTest, CutsAReadAtTheValidBytes) {
     lPacket.Rewind();
     lPacket.Write(2, Octets("xy"));
     EXPECT_EQ(Got(1, "xycdef"), ReadText(&lPacket, 6));
-    lPacket.SetSize(100);  // more than there is room for
+    lPacket.SetSize(100);  // more than the capacity
     EXPECT_EQ(0u, ReadText(&lPacket, 50).first);
     EXPECT_EQ(lPacket.cData + 8, lPacket.cReadPosition);
 }
 
 TEST(PacketTest, WritesThePayloadInItsPlace) {
-    EXPECT_EQ(0u, Packet(8).WritePayload(1, Octets("a")));  // no payload view yet
+    EXPECT_EQ(0u, Packet(8).WritePayload(1, Octets("a")));  // there is no payload view yet
     Filled lPacket;
     lPacket.SetSize(2);
     EXPECT_EQ(PACKET_WRITE_OVERFLOW, CodeOf(lPacket, lPacket.WritePayload(7, Octets("tuvwxyz"))));

@@ -1,4 +1,4 @@
-// PFTLayer with Reed-Solomon parity.
+// Tests PFTLayer with Reed-Solomon parity.
 
 #include <gtest/gtest.h>
 
@@ -34,7 +34,7 @@ std::string Fragment(const Header& aHeader, const unsigned char* apPayload, uint
     return BytesOf(lPacket);
 }
 
-// The fragments of a packet, of which any aErrors may be lost.
+// Returns the fragments of a packet, of which any aErrors may be lost.
 std::vector<std::string> Protect(uint32_t aPSeq, const std::string& aPacket, uint32_t aErrors) {
     static const auto sCodec = CreateRSCodec(8, 0x11D, 1, 1, 48, 0);
     const FECLayout lLayout(static_cast<uint32_t>(aPacket.size()), aErrors, 1456);
@@ -67,21 +67,21 @@ protected:
 };
 
 TEST_F(ProtectionTest, RestoresWhatTheParityAllows) {
-    const std::string lFirst = TestPacket(301, 1);    // 9 fragments
-    const std::string lSecond = TestPacket(1000, 2);  // 42
+    const std::string lFirst = TestPacket(301, 1);    // has 9 fragments
+    const std::string lSecond = TestPacket(1000, 2);  // has 42 fragments
     const std::string lThird = TestPacket(40, 3);
     struct {
-        // The fragments that arrive, in their order; {0} stands for all.
+        // The indexes of the fragments that arrive, in their order; {0} stands for all fragments.
         std::vector<size_t> mFirst;
         std::vector<size_t> mSecond;
         std::string mExpected;
     } const CASES[] = {
         {{0}, {0}, lFirst + " " + lSecond + " "},
         {{0, 2, 3, 4, 5, 6, 7, 8}, {0}, lFirst + " " + lSecond + " "},
-        {{0, 1, 2, 3, 4, 5, 6, 7}, {0}, lFirst + " " + lSecond + " "},     // the last one is missed later
+        {{0, 1, 2, 3, 4, 5, 6, 7}, {0}, lFirst + " " + lSecond + " "},     // the loss of the last shows later
         {{0, 2, 1, 4, 3, 6, 5, 8, 7}, {0}, lFirst + " " + lSecond + " "},  // out of order
-        {{0, 2, 2, 3, 4, 5, 6, 7, 8}, {0}, lFirst + " " + lSecond + " "},  // with one twice
-        {{0, 2, 3, 5, 6, 8}, {0}, "- "},                                   // one too many; the queued ones go too
+        {{0, 2, 2, 3, 4, 5, 6, 7, 8}, {0}, lFirst + " " + lSecond + " "},  // one comes twice
+        {{0, 2, 3, 5, 6, 8}, {0}, "- "},                                   // one lost too many costs the queue too
         {{0, 1, 2}, {4}, "- "},
     };
     for (const auto& lCase : CASES) {
@@ -109,7 +109,8 @@ TEST_F(ProtectionTest, RestoresSevenOfFortyTwo) {
     for (uint32_t lPSeq = 0; lPSeq < 60; ++lPSeq) {
         auto lFragments = Protect(lPSeq, TestPacket(1000, static_cast<char>(lPSeq)), 7);
         ASSERT_EQ(42u, lFragments.size());
-        // Not all at the start: then nothing is known of the packet when the next one comes near.
+        // The first one is kept: when all losses are at the start, the layer knows nothing of the packet by the time
+        // that the next one comes near.
         for (int lLost = 0; lLost < 7; ++lLost)
             lFragments.erase(lFragments.begin() + 1 + static_cast<std::ptrdiff_t>(lRandom() % (lFragments.size() - 1)));
         WillReceive(lFragments);
@@ -127,13 +128,13 @@ TEST_F(ProtectionTest, RefusesPacketsThatDoNotAddUp) {
         uint8_t mRSk[3], mRSz[3];
         uint32_t mLastFcount;
     } const CASES[] = {
-        {{17, 17, 17}, {0, 0, 0}, {0, 0, 0}, 3},        // no data in the blocks
-        {{17, 17, 17}, {2, 2, 2}, {2, 2, 2}, 3},        // none left of it
-        {{17, 17, 17}, {2, 2, 2}, {255, 255, 255}, 3},  // less than none
-        {{17, 17, 17}, {4, 4, 4}, {0, 0, 0}, 3},        // not one block
-        {{17, 17, 20}, {1, 1, 1}, {0, 0, 0}, 3},        // lengths
+        {{17, 17, 17}, {0, 0, 0}, {0, 0, 0}, 3},        // the blocks have no data
+        {{17, 17, 17}, {2, 2, 2}, {2, 2, 2}, 3},        // all data are fillers
+        {{17, 17, 17}, {2, 2, 2}, {255, 255, 255}, 3},  // more fillers than data
+        {{17, 17, 17}, {4, 4, 4}, {0, 0, 0}, 3},        // less than one block
+        {{17, 17, 20}, {1, 1, 1}, {0, 0, 0}, 3},        // the lengths differ
         {{17, 17, 17}, {1, 1, 2}, {0, 0, 0}, 3},       {{17, 17, 17}, {2, 2, 2}, {0, 0, 1}, 3},
-        {{17, 17, 17}, {1, 1, 1}, {0, 0, 0}, 4},  // counts
+        {{17, 17, 17}, {1, 1, 1}, {0, 0, 0}, 4},  // the counts differ
         {{0, 0, 0}, {1, 1, 1}, {0, 0, 0}, 3},
     };
     const std::string lGood = TestPacket(40, 1);
@@ -150,11 +151,10 @@ TEST_F(ProtectionTest, RefusesPacketsThatDoNotAddUp) {
         WillReceive(Protect(8, lGood, 1));
         EXPECT_EQ(lGood + " ", ReceiveAll(cLayer, "AF"));
     }
-    // More than the reassembled packet holds: what fits is a multiple of the count of fragments, and yet not the
-    // packet.
+    // The packet is larger than the buffer in which it is put together.
     for (uint32_t lIndex = 0; lIndex < 10; ++lIndex)
         cTransport.WillReceive(Fragment({9, lIndex, 10, 207, 0}, lBytes.data(), 1110));
-    // More lost than can be listed.
+    // More fragments are lost than can be listed.
     const auto lMany = Protect(10, TestPacket(1000, 2), 7);
     WillReceive({lMany.begin(), lMany.begin() + 2});
     for (size_t lPlace = 3; lPlace < lMany.size(); lPlace += 2)
@@ -162,13 +162,13 @@ TEST_F(ProtectionTest, RefusesPacketsThatDoNotAddUp) {
     WillReceive(Protect(11, lGood, 1));
     WillReceive(Protect(12, lGood, 1));
     EXPECT_EQ("- - " + lGood + " ", ReceiveAll(cLayer, "AF"));
-    EXPECT_EQ(3u, TraceLines().size());  // two of the packet of no bytes, one of that which does not fit
+    EXPECT_EQ(3u, TraceLines().size());  // two of the packet without bytes, one of the packet that does not fit
 }
 
 TEST_F(ProtectionTest, APacketOfWhichNothingCameLeavesNoGaps) {
-    const std::string lGood = TestPacket(40, 1);  // three fragments
+    const std::string lGood = TestPacket(40, 1);  // has three fragments
     WillReceive(Protect(1, lGood, 1));
-    WillReceive(Protect(3, lGood, 1));  // its fragments, and those of 4, show that those of 2 are lost
+    WillReceive(Protect(3, lGood, 1));  // the fragments of 3 and 4 show that those of 2 are lost
     WillReceive(Protect(4, lGood, 1));
     WillReceive(Protect(5, lGood, 1));
     EXPECT_EQ(lGood + " " + lGood + " ", ReceiveAll(cLayer, "AF"));
@@ -185,7 +185,7 @@ TEST_F(ProtectionTest, FindsItsWayBackFromAnything) {
                 const uint32_t lFate = lBelow(12);
                 if (lFate == 0)
                     continue;
-                if (lFate == 1) {  // another header, with its own CRC
+                if (lFate == 1) {  // gets another header with a valid CRC
                     PFTPacket lParsed(static_cast<uint32_t>(lFragment.size()));
                     lParsed.SetSize(0);
                     lParsed.Write(lParsed.cCapacity, reinterpret_cast<const unsigned char*>(lFragment.data()));
@@ -246,7 +246,7 @@ TEST_F(ProtectionTest, RefusesToSend) {
     cTransport.cSendCode = 12;
     EXPECT_EQ(0u, cLayer.Send(&lPacket));
     EXPECT_EQ(12u, cLayer.GetError());
-    cTransport.ciMaxPacketSize = 16;  // no more than the header
+    cTransport.ciMaxPacketSize = 16;  // leaves no room beside the header
     EXPECT_EQ(0u, cLayer.Send(&lPacket));
     EXPECT_EQ(PACKET_WRITE_OVERFLOW, cLayer.GetError());
     EXPECT_EQ(0, cLayer.ciwPSeq);

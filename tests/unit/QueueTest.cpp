@@ -18,7 +18,7 @@ struct NumberedPacket : TextPacket {
     char cName[5] = "DMDI";
 };
 
-// The oldest packet: its number and protocols.
+// Takes the oldest packet and returns its number and protocols.
 std::string Take(PacketFifo& aFifo, uint32_t aTimeOut) {
     Packet* lpPacket = nullptr;
     EXPECT_EQ(1u, aFifo.Get(&lpPacket, aTimeOut));
@@ -65,7 +65,7 @@ TEST(PacketFifoTest, KeepsOwnCopiesInOrderUpToItsCapacity) {
         EXPECT_EQ(std::to_string(lNumber) + " T DMDI", Take(lFifo, FIFO_NO_WAIT));
     EXPECT_TRUE(lFifo.IsEmpty());
     const NumberedPacket lLast(5);
-    EXPECT_EQ(1u, lFifo.Put(&lLast));  // freed by the destructor
+    EXPECT_EQ(1u, lFifo.Put(&lLast));  // the destructor frees it
 }
 
 TEST(PacketFifoTest, TimesOutAloud) {
@@ -124,7 +124,7 @@ TEST(PacketQueueTest, RefusesWhenFullAndWhenEmpty) {
     }
     EXPECT_EQ(QUEUE_FULL, lQueue.GetError());
     EXPECT_EQ(0u, lQueue.GetError());
-    // The slot that is free again leaves the packet handed out in peace until it is used.
+    // The packet that GetFirst hands out lives until its slot is used again.
     ASSERT_EQ(1u, lQueue.GetFirst(&lpStored, &lKey, &lKey, &lKey));
     EXPECT_EQ(1, lpStored->cData[0]);
     lQueue.Clear();

@@ -32,7 +32,7 @@ protected:
         return lCodeword;
     }
 
-    // So many different numbers below aLimit, ascending.
+    // Returns aCount different numbers below aLimit in ascending order.
     std::vector<uint32_t> Choose(uint32_t aCount, uint32_t aLimit) {
         std::vector<uint32_t> lAll(aLimit);
         std::iota(lAll.begin(), lAll.end(), 0u);
@@ -41,7 +41,7 @@ protected:
         return lChosen;
     }
 
-    // Protects a packet, loses the fragments and repairs it.
+    // Protects a packet, overwrites the lost fragments and returns whether the packet can be repaired.
     bool Survives(const Bytes& aPacket, const FECLayout& aLayout, const std::vector<uint32_t>& aLost) {
         Bytes lFragments = ProtectPacket(*cCodec, aLayout, aPacket.data());
         for (const uint32_t lLost : aLost)
@@ -79,7 +79,7 @@ TEST_F(ReedSolomonTest, TheCodecHasLimits) {
         EXPECT_EQ(lCase.mValid, lCodec != nullptr) << &lCase - CASES;
         if (lCodec == nullptr || lCase.mRoots == 0)
             continue;
-        // Half as many errors as roots, in a codeword of zeros.
+        // A codeword of zeros gets half as many errors as the code has roots.
         uint8_t lCodeword[RS_CODEWORD_SIZE] = {};
         const int32_t lErrors = lCase.mRoots / 2;
         std::fill_n(lCodeword, std::min(lErrors, 255 - lCase.mRoots - lCase.mPadding), uint8_t{3});
@@ -116,7 +116,7 @@ TEST_F(ReedSolomonTest, EncodesAndDecodesLikeTheTextbook) {
         if (lResult < 0) {
             ASSERT_FALSE(lCorrectable);
             ASSERT_EQ(lReceived, lDecoded);
-            // The textbook also takes a locator that does not account for all syndromes, and makes no codeword then.
+            // The textbook accepts locators that do not account for all syndromes, but then gives no codeword.
             ASSERT_TRUE(lExpected < 0 || !cPlain.IsCodeword(lByTextbook.data()));
             continue;
         }
@@ -164,13 +164,13 @@ TEST_F(ReedSolomonTest, LaysOutAndRestoresPackets) {
         EXPECT_TRUE(Survives(lPacket, lLayout, {}));
         EXPECT_FALSE(Survives(lPacket, lLayout, Choose(lLayout.mFragments, lLayout.mFragments)));
     }
-    // The first fragment of a packet by hand: every ninth byte of two blocks of 151 data and 48 parity bytes.
+    // By hand: the first fragment is every ninth byte of two blocks of 151 data and 48 parity bytes.
     Bytes lPacket(301);
     std::iota(lPacket.begin(), lPacket.end(), uint8_t{0});
     const Bytes lFragments = ProtectPacket(*cCodec, FECLayout(301, 1, 1472), lPacket.data());
     EXPECT_EQ((Bytes{0, 9, 18}), Bytes(lFragments.begin(), lFragments.begin() + 3));
     EXPECT_EQ((Bytes{1, 10, 19}), Bytes(lFragments.begin() + 45, lFragments.begin() + 48));
-    EXPECT_EQ(lPacket[151 + 207 - 199], lFragments[207 / 9]);  // into the second block
+    EXPECT_EQ(lPacket[151 + 207 - 199], lFragments[207 / 9]);  // this byte is in the second block
 }
 
 TEST_F(ReedSolomonTest, RestoresPacketsOfAllSizes) {
@@ -203,7 +203,7 @@ TEST_F(ReedSolomonTest, RefusesPacketsThatDoNotAddUp) {
     lPacket.Write(100, Bytes(100, 0).data());
     cProcessor.ciRSk = 2;
     cProcessor.ciRSz = 3;
-    EXPECT_TRUE(cProcessor.Correct(&lPacket, 4, lBeyond, 2));  // of zeros, with nothing erased
+    EXPECT_TRUE(cProcessor.Correct(&lPacket, 4, lBeyond, 2));  // all bytes are zero and none is erased
     EXPECT_EQ(1u, lPacket.GetSize());
 }
 

@@ -13,7 +13,8 @@
 
 #include "platform/Clock.h"
 
-// Whether the condition comes true; asks it every millisecond for ten seconds, which only a fault lasts.
+// Returns whether the condition comes true.  It is asked every millisecond for ten seconds, longer than anything takes
+// that works.
 template <typename Condition>
 bool Eventually(Condition aCondition) {
     for (int lWaited = 0; lWaited < 10000; ++lWaited) {
@@ -34,7 +35,7 @@ void InThreads(int aCount, Body aBody) {
         lThread.join();
 }
 
-// What aBody prints.
+// Returns what aBody prints.
 template <typename Body>
 std::string Printed(Body aBody) {
     testing::internal::CaptureStdout();
@@ -42,13 +43,13 @@ std::string Printed(Body aBody) {
     return testing::internal::GetCapturedStdout();
 }
 
-// A UDP port for this process, so that tests may run side by side; the next one is its own too.  Below those that the
-// system gives out.
+// Returns a UDP port that belongs to this process, as the next one does, so that tests may run side by side.  Both are
+// below the ports that the system gives out.
 inline uint32_t TestPort() {
     return 10000 + static_cast<uint32_t>(getpid()) % 10000 * 2;
 }
 
-// A new empty directory that is the current one while the object lives.
+// A new empty directory, which is the current directory while the object lives.
 class TestDirectory {
 public:
     TestDirectory() : cBefore(std::filesystem::current_path()) {
@@ -79,7 +80,7 @@ inline std::string ReadFile(const std::string& aPath) {
     return {std::istreambuf_iterator<char>(lFile), {}};
 }
 
-// The records of a recording whose packets hold no record's name.
+// Splits a recording into its records.  The packets must not contain the name with which a record begins.
 inline std::vector<std::string> Records(const std::string& aRecording) {
     std::vector<std::string> lRecords;
     for (size_t lStart = 0; lStart < aRecording.size(); lStart += lRecords.back().size())
@@ -87,7 +88,7 @@ inline std::vector<std::string> Records(const std::string& aRecording) {
     return lRecords;
 }
 
-// The lines of the trace file in the current directory.
+// Returns the lines of the trace file in the current directory.
 inline std::vector<std::string> TraceLines() {
     std::ifstream lFile("ERR_SYS.tra");
     std::vector<std::string> lLines;
