@@ -47,6 +47,8 @@ uint32_t AFLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagInd
         }
         if (ciPacket->Parse() != 1) {
             Report(StackEvent::PACKET_DAMAGED);
+            if (ciLive)
+                continue;
             platform::Print("AF Packet Parsing Failed\n");
             DropQueue();
             return 0;

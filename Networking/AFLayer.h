@@ -36,6 +36,7 @@ public:
 
     bool ciUseCRC = false;
     bool ciFileMode = false;
+    bool ciLive = false;         // a packet that fails its checks is passed over without a line on the console
     uint8_t ciMajorVersion = 1;  // the version that is sent and the only one accepted
     uint8_t ciMinorVersion = 0;
     uint16_t ciSequence = 0;         // number of the next packet to be sent or received

@@ -74,6 +74,7 @@ uint32_t DCPInterface::Open(std::unique_ptr<Transport> aTransport, const DCPAddr
 
 void DCPInterface::BuildStack(const DCPAddress& aAddress) {
     const TransportTraits& lTraits = ciTransportLayer->GetTraits();
+    const bool lIsLive = ciSettings.mLive || aAddress.mLive;
     RegisterChecked(*ciTransportLayer, "AF");
     RegisterChecked(*ciTransportLayer, "PF");
 
@@ -84,9 +85,13 @@ void DCPInterface::BuildStack(const DCPAddress& aAddress) {
     ciPFTLayer->SetAddressing(lTraits.mHasAddressing ? 1 : 0);
     ciPFTLayer->SetMode(!aAddress.mPFT ? PFT_MODE_NONE : aAddress.mFEC ? PFT_MODE_FEC : PFT_MODE_FRAGMENT);
 
+    if (lIsLive)
+        ciPFTLayer->SetLive(lTraits.mPacesItself);
+
     ciAFLayer = std::make_unique<AFLayer>();
     ciAFLayer->ciUseCRC = aAddress.mCRC;
-    ciAFLayer->SetFileMode(lTraits.mFileMode);
+    ciAFLayer->SetFileMode(lTraits.mFileMode || lIsLive);
+    ciAFLayer->ciLive = lIsLive;
     ciAFLayer->SetLowerLayer(ciPFTLayer.get());
     RegisterChecked(*ciPFTLayer, "AF");
 

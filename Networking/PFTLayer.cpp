@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Networking/LiveReassembly.h"
 #include "platform/Settings.h"
 #include "runtime/Trace.h"
 
@@ -57,4 +58,8 @@ uint32_t PFTLayer::Send(Packet* apPacket) {
 
 uint32_t PFTLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {
     return cReassembly->Receive(apOut, apTimeOut);
+}
+
+void PFTLayer::SetLive(bool aPacesItself) {
+    cReassembly = std::make_unique<LiveReassembly>(*this, aPacesItself);
 }

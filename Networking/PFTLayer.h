@@ -40,6 +40,9 @@ public:
     // end (2).  A failure of the layer below and a damaged fragment are only traced, as the assertion "0".
     uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) override;
 
+    // Receives live from now on (LiveReassembly).  aPacesItself is as in the transport's traits.
+    void SetLive(bool aPacesItself);
+
     // Of both halves.
     uint16_t ciwPSeq = 0;                     // PSeq of the next packet to be sent, or the expected one
     uint32_t cidwFIDXIndex = 0;               // Findex that is being sent, or the expected one

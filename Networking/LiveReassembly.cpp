@@ -1,0 +1,265 @@
+#include "Networking/LiveReassembly.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "Networking/AFFormat.h"
+#include "Networking/PFTLayer.h"
+
+namespace {
+
+constexpr uint8_t AF_MAJOR_VERSION = 1;
+constexpr uint32_t MAX_COUNTED_LOSS = 1000;  // packets; a longer gap in the numbering is a new start
+
+}  // namespace
+
+LiveReassembly::LiveReassembly(PFTLayer& aLayer, bool aPacesItself)
+    : cLayer(aLayer), cPacesItself(aPacesItself), cWindows{ReceptionWindow(aLayer), ReceptionWindow(aLayer)} {
+    cJoined.cProtocol = cTag;
+    cInput.cPayloadProtocol = cTag;
+}
+
+const InputPlace& LiveReassembly::Place() const {
+    static const InputPlace NOWHERE;
+    return cLayer.ciReporter != nullptr ? cLayer.ciReporter->cInput : NOWHERE;
+}
+
+// The stamps of a capture may go back a little; time does not.
+uint64_t LiveReassembly::UpdateTime() {
+    cTime = std::max(cTime, Place().mTime);
+    return cTime;
+}
+
+uint32_t LiveReassembly::Receive(Packet* apOut, uint32_t* apTimeOut) {
+    const uint64_t lLimit = uint64_t{1000} * *apTimeOut;
+    uint64_t lStart = cTime;
+    while (!TakeReady()) {
+        if (cEnding != Ending::NONE) {
+            FinishEnding();
+            continue;
+        }
+        if (cHasPart) {
+            if (TakePart())
+                break;
+            continue;
+        }
+        const uint32_t lResult = WaitBelow(lStart, apTimeOut);
+        const uint64_t lNow = UpdateTime();
+        lStart = lStart == 0 ? lNow : lStart;
+        if (lResult == 0) {
+            cLayer.ciError = cLayer.ciLowerLayer->GetError();
+            return 0;
+        }
+        if (lResult == 1) {
+            TakeInput();
+        } else if (cLayer.ciLowerLayer->ciAtEnd) {
+            if (!cpCurrent->IsActive())
+                return 2;
+            EndNumbering();
+        } else if (cPacesItself || lNow - lStart >= lLimit) {
+            return 2;
+        }
+    }
+    Layer::SetTag(cTag, cReassembled);
+    cReassembled.cProtocol = cTag;
+    apOut->Share(&cReassembled);
+    return 1;
+}
+
+// Asks the layer below for the next datagram, no longer than until time alone decides about a packet.
+uint32_t LiveReassembly::WaitBelow(uint64_t aStart, uint32_t* apTimeOut) {
+    if (cPacesItself)
+        return cLayer.ciLowerLayer->Receive(&cInput, apTimeOut, 0);
+    uint64_t lWait = *apTimeOut;
+    if (lWait != 0) {
+        const uint64_t lPassed = (cTime - aStart) / 1000;
+        lWait = lWait > lPassed ? lWait - lPassed : 1;
+    }
+    if (const uint64_t lDeadline = cpCurrent->GetDeadline(); lDeadline != ReceptionWindow::NEVER) {
+        const uint64_t lUntil = lDeadline > cTime ? (lDeadline - cTime) / 1000 + 1 : 1;
+        lWait = lWait == 0 ? lUntil : std::min(lWait, lUntil);
+    }
+    auto lTimeOut = static_cast<uint32_t>(lWait);
+    return cLayer.ciLowerLayer->Receive(&cInput, &lTimeOut, 0);
+}
+
+// Whether a packet has had its turn: it is in cReassembled.
+bool LiveReassembly::TakeReady() {
+    if (!cpCurrent->TakeNext(cTime, cEnding != Ending::NONE, cFEC, &cJoined))
+        return false;
+    cReassembled.Share(&cJoined);
+    return true;
+}
+
+void LiveReassembly::TakeInput() {
+    if (!ParseInput())
+        return;
+    const InputPlace& lPlace = Place();
+    const SourceFilter::Verdict lVerdict = cSources.Judge(lPlace);
+    if (lVerdict == SourceFilter::Verdict::FOREIGN) {
+        cLayer.Report(StackEvent::SOURCE_FOREIGN);
+        return;
+    }
+    cHasPart = true;
+    const bool lIsNewPass = lPlace.mRecord != 0 && lPlace.mRecord <= cLastRecord;
+    cLastRecord = lPlace.mRecord;
+    if (lVerdict == SourceFilter::Verdict::TAKES_OVER)
+        cLayer.Report(StackEvent::SOURCE_FOLLOWED);
+    if (lIsNewPass || lVerdict == SourceFilter::Verdict::TAKES_OVER) {
+        cpCandidate->Stop();
+        cFingerprints.fill(0);
+        cEnding = Ending::TO_NOTHING;
+    }
+}
+
+bool LiveReassembly::ParseInput() {
+    const size_t lSize = cInput.ValidBytes();
+    if (cLayer.IsThisTagRegistered(cInput.cProtocol)) {
+        AFHeader lHeader;
+        if (ParseAFPacket(cInput.cData, lSize, AF_MAJOR_VERSION, cLayer.cpcCRC, &lHeader) != AFCheck::VALID) {
+            cLayer.Report(StackEvent::PACKET_DAMAGED);
+            return false;
+        }
+        cPart = {true, PFTHeader(), cInput.cData};
+        cPart.mHeader.mPSeq = lHeader.mSequence;
+        cPart.mHeader.mFcount = 1;
+        cPart.mHeader.mPlen = AF_OVERHEAD + lHeader.mLength;
+        return true;
+    }
+    PFTHeader lHeader;
+    if (ParsePFTFragment(cInput.cData, lSize, *cLayer.cpcCRC, &lHeader) != PFTCheck::VALID) {
+        cLayer.Report(StackEvent::FRAGMENT_DAMAGED);
+        return false;
+    }
+    cPart = {false, lHeader, cInput.cData + lHeader.GetSize()};
+    return true;
+}
+
+// Whether the part in hand is a whole packet whose turn it is: then it is in cReassembled.
+bool LiveReassembly::TakePart() {
+    cHasPart = false;
+    if (!cpCurrent->IsActive())
+        cpCurrent->Start(cPart);
+    const int32_t lPlace = cpCurrent->PlaceOf(cPart);
+    if (lPlace >= 0 && lPlace < ReceptionWindow::SIZE && !ContinuesCandidate())
+        return TakeInCurrent(lPlace);
+    if (IsRemembered())
+        ReportPart(StackEvent::FRAGMENT_DOUBLE, StackEvent::PACKET_DOUBLE);
+    else
+        PutAside();
+    return false;
+}
+
+bool LiveReassembly::TakeInCurrent(int32_t aPlace) {
+    const bool lAlone = cpCurrent->IsNextAlone(cPart, aPlace);
+    if (!lAlone) {
+        const PacketParts::Added lAdded = cpCurrent->Put(cPart, aPlace, cTime);
+        if (lAdded == PacketParts::Added::DOUBLE)
+            ReportPart(StackEvent::FRAGMENT_DOUBLE, StackEvent::PACKET_DOUBLE);
+        if (lAdded == PacketParts::Added::REFUSED)
+            ReportPart(StackEvent::FRAGMENT_DAMAGED, StackEvent::PACKET_DAMAGED);
+        if (lAdded != PacketParts::Added::NEW)
+            return false;
+    }
+    DropCandidate();
+    Remember();
+    if (!lAlone)
+        return false;
+    cInput.cPayload = cInput.cData + (cPart.mPayload - cInput.cData);
+    cInput.cPayloadSize = cPart.mHeader.mPlen;
+    cReassembled.SharePayload(&cInput);
+    cLayer.Report(StackEvent::PACKET_COMPLETED, 1, cPart.mHeader.mPSeq);
+    cpCurrent->SkipNext();
+    return true;
+}
+
+// A numbering that begins anew a little behind grows into the current window; its parts stay together.
+bool LiveReassembly::ContinuesCandidate() {
+    if (cpCandidate->GetHeard() + 1 < LIVE_PACKETS_OF_NEW_NUMBERING)
+        return false;
+    const int32_t lPlace = cpCandidate->PlaceOf(cPart);
+    const int32_t lHighest = static_cast<int16_t>(cpCandidate->GetHighest() - cpCandidate->GetNext());
+    return lPlace >= 0 && lPlace < ReceptionWindow::SIZE && lPlace <= lHighest + 1;
+}
+
+void LiveReassembly::PutAside() {
+    int32_t lPlace = cpCandidate->PlaceOf(cPart);
+    if (lPlace < 0 || lPlace >= ReceptionWindow::SIZE) {
+        if (cpCandidate->GetHeard() > 1) {  // a stray part displaces no numbering that is about to be recognised
+            ReportPart(StackEvent::FRAGMENT_LATE, StackEvent::PACKET_LATE);
+            return;
+        }
+        DropCandidate();
+        cpCandidate->Start(cPart);
+        lPlace = 0;
+    }
+    if (cpCandidate->Put(cPart, lPlace, cTime) != PacketParts::Added::NEW) {
+        ReportPart(StackEvent::FRAGMENT_DOUBLE, StackEvent::PACKET_DOUBLE);
+        return;
+    }
+    Remember();
+    if (cpCandidate->GetHeard() >= LIVE_PACKETS_OF_NEW_NUMBERING)
+        cEnding = Ending::TO_CANDIDATE;
+}
+
+// What was put aside has turned out to be late or stray.
+void LiveReassembly::DropCandidate() {
+    if (!cpCandidate->IsActive())
+        return;
+    const StackEvent lEvent = cPart.mIsWholePacket ? StackEvent::PACKET_LATE : StackEvent::FRAGMENT_LATE;
+    cLayer.Report(lEvent, cpCandidate->GetDatagrams(), cpCandidate->GetNext());
+    cpCandidate->Stop();
+}
+
+// At the transport's end nothing more can show whether what was put aside is a new numbering or comes late: it is taken
+// for new unless its numbers are just behind.
+void LiveReassembly::EndNumbering() {
+    const auto lAhead = static_cast<int16_t>(cpCandidate->GetNext() - cpCurrent->GetNext());
+    const bool lIsNew = cpCandidate->IsActive() && (lAhead >= 0 || lAhead < -2 * ReceptionWindow::SIZE);
+    cEnding = lIsNew ? Ending::TO_CANDIDATE : Ending::TO_NOTHING;
+}
+
+// The current window is empty.
+void LiveReassembly::FinishEnding() {
+    if (cEnding == Ending::TO_CANDIDATE) {
+        const uint32_t lGap = static_cast<uint16_t>(cpCandidate->GetNext() - cpCurrent->GetNext());
+        const bool lIsLoss = cpCurrent->IsActive() && lGap <= MAX_COUNTED_LOSS;
+        cLayer.Report(lIsLoss ? StackEvent::PACKETS_LOST : StackEvent::NUMBERING_ANEW, lIsLoss ? lGap : 1,
+                      cpCandidate->GetNext());
+        std::swap(cpCurrent, cpCandidate);
+    } else {
+        cpCurrent->Stop();
+    }
+    cpCandidate->Stop();
+    cEnding = Ending::NONE;
+}
+
+void LiveReassembly::ReportPart(StackEvent aOfFragment, StackEvent aOfPacket) {
+    cLayer.Report(cPart.mIsWholePacket ? aOfPacket : aOfFragment, 1, cPart.mHeader.mPSeq);
+}
+
+// Numbers, size, and the first and last bytes; never 0.
+uint64_t LiveReassembly::Fingerprint() const {
+    unsigned char lEnds[16] = {};
+    const size_t lSize = cPart.mHeader.mPlen;
+    const size_t lHalf = std::min<size_t>(lSize, sizeof lEnds / 2);
+    std::memcpy(lEnds, cPart.mPayload, lHalf);
+    std::memcpy(lEnds + sizeof lEnds / 2, cPart.mPayload + lSize - lHalf, lHalf);
+    uint64_t lFingerprint = 0xCBF29CE484222325;  // FNV-1a
+    const auto lMix = [&lFingerprint](uint64_t aValue) { lFingerprint = (lFingerprint ^ aValue) * 0x100000001B3; };
+    lMix(cPart.mHeader.mPSeq);
+    lMix(cPart.mHeader.mFindex);
+    lMix(lSize);
+    for (const unsigned char lByte : lEnds)
+        lMix(lByte);
+    return lFingerprint | 1;
+}
+
+bool LiveReassembly::IsRemembered() const {
+    return std::find(cFingerprints.begin(), cFingerprints.end(), Fingerprint()) != cFingerprints.end();
+}
+
+void LiveReassembly::Remember() {
+    cFingerprints[cNextFingerprint] = Fingerprint();
+    cNextFingerprint = (cNextFingerprint + 1) % REMEMBERED;
+}

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "Networking/FECProcessor.h"
+#include "Networking/PFTFormat.h"
+#include "Networking/Packet.h"
+
+// The largest packet that live reception puts together, as it travels: an AF packet of AF_MAX_SIZE with its parity.
+constexpr uint32_t LIVE_MAX_PACKET_SIZE = 90000;  // bytes
+constexpr uint32_t LIVE_MAX_FRAGMENTS = 4096;     // of one packet
+
+// The fragments of one packet that have arrived, in any order.  All of them have one format: the number of fragments,
+// and with parity their size and the shape of the code.  A packet that came whole counts as its only fragment.
+// Memory: at most LIVE_MAX_PACKET_SIZE bytes of payload and 8 bytes for each of LIVE_MAX_FRAGMENTS; kept for the next
+// packet.
+class PacketParts {
+public:
+    enum class Added { NEW, DOUBLE, REFUSED };
+
+    void Clear();
+    bool IsEmpty() const { return cCount == 0; }
+
+    // Stores a copy of a fragment's payload, aHeader.mPlen bytes.  Refuses a fragment of another format than the first
+    // one, and a packet beyond the limits.
+    Added Add(const PFTHeader& aHeader, const unsigned char* apPayload);
+
+    bool IsWhole() const { return cCount > 0 && cCount == cFormat.mFcount; }
+    bool HasParity() const { return cFormat.mFEC; }
+    uint32_t GetMissing() const { return cCount > 0 ? cFormat.mFcount - cCount : 0; }
+
+    // Writes the packet that was sent to *apPacket, which has room for LIVE_MAX_PACKET_SIZE bytes.  What is missing is
+    // rebuilt from the parity; false when there is not enough of it.
+    bool Join(FECProcessor& aFEC, Packet* apPacket) const;
+
+private:
+    static constexpr uint32_t NOT_HERE = 0xFFFFFFFF;
+    struct Part {
+        uint32_t mOffset = NOT_HERE;  // of the payload in cBytes
+        uint32_t mSize = 0;
+    };
+
+    bool Fits(const PFTHeader& aHeader) const;
+
+    PFTHeader cFormat;  // of the first fragment
+    uint32_t cCount = 0;
+    std::vector<Part> cParts;           // by Findex
+    std::vector<unsigned char> cBytes;  // payloads in the order of arrival
+};
