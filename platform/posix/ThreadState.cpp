@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 
 #include "platform/posix/LibraryCode.h"
 
@@ -20,8 +21,7 @@ constexpr milliseconds GRACE_CHECK(2);                   // between two looks at
 constexpr milliseconds GRACE_LIMIT(1000);                // for a thread that gets no processor
 constexpr std::chrono::microseconds SIGNAL_PERIOD(100);  // between two stop signals to a thread that cannot stop yet
 constexpr int MOST_TIMES_IN_LIBRARY = 5000;              // signals that a thread inside a library passes over
-constexpr milliseconds SUSPEND_LIMIT(3000);              // then the thread is taken as not stoppable
-constexpr milliseconds END_LIMIT(10000);
+constexpr milliseconds STOP_LIMIT(10000);                // after that the thread counts as not stoppable
 
 int StopSignal() {
     return SIGRTMIN;
@@ -213,9 +213,9 @@ void ThreadState::LeaveCall() {
 }
 
 // Waits until the thread stands still: until it is at a call or stopped, or has finished when it is to end, or until
-// nobody wants it to stop any more.  False when the limit has passed, or when the calling thread is to end itself and
+// nobody wants it to stop any more.  False when STOP_LIMIT has passed, or when the calling thread is to end itself and
 // the other one comes to its end without more help: two threads that end each other must not wait for each other.
-bool ThreadState::WaitUntilStill(milliseconds aLimit) {
+bool ThreadState::WaitUntilStill() {
     const ThreadState* const lpCaller = sCurrent != nullptr && !sCurrent->IsGuarded() ? sCurrent : nullptr;
     const auto lIsStill = [this] { return cStage == FINISHED || !cStopWanted || (cStage != RUNNING && !cEnding); };
     StopGuard lGuard;
@@ -227,7 +227,7 @@ bool ThreadState::WaitUntilStill(milliseconds aLimit) {
     std::chrono::microseconds lPeriod = GRACE_CHECK;
     while (!cChanged.wait_for(lLock, lPeriod, lIsStill)) {
         const auto lElapsed = std::chrono::steady_clock::now() - lStart;
-        if (lElapsed >= aLimit || (cStage != RUNNING && lpCaller != nullptr && lpCaller->cEnding))
+        if (lElapsed >= STOP_LIMIT || (cStage != RUNNING && lpCaller != nullptr && lpCaller->cEnding))
             return false;
         if (lElapsed >= GRACE_LIMIT || ProcessorTime(cHandle) - lProcessorStart >= milliseconds(GRACE_MILLISECONDS))
             lPeriod = SIGNAL_PERIOD;
@@ -250,7 +250,7 @@ bool ThreadState::Suspend(uint32_t* aOldCount) {
         cStopMissed = true;  // it stops at the end of its bracket or guard
         return true;
     }
-    if (WaitUntilStill(SUSPEND_LIMIT))
+    if (WaitUntilStill())
         return cStage != FINISHED;
     uint32_t lOldCount = 0;
     Resume(&lOldCount);
@@ -289,7 +289,7 @@ void ThreadState::End() {
             cWaitCondition->notify_all();
         }
     }
-    WaitUntilStill(END_LIMIT);
+    WaitUntilStill();
 }
 
 bool ThreadState::SetPriority(ThreadPriority aPriority) {

@@ -5,7 +5,6 @@
 #include <signal.h>
 
 #include <atomic>
-#include <chrono>
 #include <condition_variable>
 #include <cstdint>
 #include <memory>
@@ -72,7 +71,7 @@ private:
     void RunEntry();
     void StopHere();
     void Park(std::unique_lock<std::mutex>& aLock);
-    bool WaitUntilStill(std::chrono::milliseconds aLimit);
+    bool WaitUntilStill();
     void Wake();
 
     static thread_local ThreadState* sCurrent;

@@ -243,7 +243,7 @@ TEST(ThreadTest, AStoppedThreadLeavesTheAllocatorToOthers) {
             lBlock.reset(lShared.exchange(lBlock.release()));
         }
     });
-    for (int lRound = 0; lRound < 20; ++lRound) {
+    for (int lRound = 0; lRound < 10; ++lRound) {
         ASSERT_TRUE(lWorker.Moves());
         ASSERT_EQ(0, lWorker.Suspend());
         InThreads(1, [&lShared](int) { Block(lShared.exchange(nullptr)); });
