@@ -7,7 +7,7 @@ namespace platform {
 
 namespace {
 
-// "dword:" and one to eight hexadecimal digits, perhaps a comment after them.
+// Reads "dword:" and one to eight hexadecimal digits, which a comment may follow.
 std::optional<uint32_t> ParseDword(const std::string& aValue) {
     const std::string lPrefix = "dword:";
     const std::string lText = LowerCase(Trimmed(aValue.substr(0, aValue.find(';'))));
@@ -33,7 +33,7 @@ std::optional<uint32_t> ReadRegistryNumber(const char* aKey, const char* aValueN
         if (lLine.mIsSection)
             lInKey = lLine.mName == lKey;
         else if (lInKey && lLine.mName == lName)
-            lNumber = ParseDword(lLine.mValue);  // the last one counts, as in an import
+            lNumber = ParseDword(lLine.mValue);  // the last line counts, as it does when the file is imported
     }
     return lNumber;
 }
