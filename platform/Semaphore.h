@@ -1,8 +1,7 @@
 #pragma once
 
-#include <condition_variable>
 #include <cstdint>
-#include <mutex>
+#include <memory>
 
 namespace platform {
 
@@ -14,14 +13,15 @@ public:
     enum class WaitResult { TAKEN, TIMED_OUT, ABANDONED };
 
     Semaphore(uint32_t aInitialCount, uint32_t aMaximumCount);
+    ~Semaphore();
     Semaphore(const Semaphore&) = delete;
     Semaphore& operator=(const Semaphore&) = delete;
 
-    // Takes one from the count, waiting at most aMilliseconds for it (0: takes it only if it is there).  A thread that
-    // is suspended while it waits takes nothing before it is resumed (Thread.h).  ABANDONED: see Abandon.
+    // Takes one from the count, waiting at most aMilliseconds until it is above 0; with 0 it does not wait.  A thread
+    // that is suspended while it waits takes nothing before it is resumed (Thread.h).  Abandon says what ABANDONED is.
     WaitResult Wait(uint32_t aMilliseconds);
 
-    // Adds one; false with the count unchanged when it is at its maximum.
+    // Adds one to the count.  False, with the count unchanged, when it is at its maximum.
     bool Release();
 
     // Ends every wait that has begun, and each that begins before the next Restart, with ABANDONED.
@@ -31,12 +31,8 @@ public:
     void Restart(uint32_t aInitialCount);
 
 private:
-    std::mutex cMutex;
-    std::condition_variable cChanged;
-    uint32_t cCount;
-    const uint32_t cMaximumCount;
-    bool cAbandoned = false;
-    uint32_t cTimesAbandoned = 0;
+    struct State;
+    const std::unique_ptr<State> cState;
 };
 
 }  // namespace platform

@@ -4,9 +4,7 @@
 #include <sys/prctl.h>
 
 #include <chrono>
-#include <condition_variable>
 #include <ctime>
-#include <mutex>
 
 #include "platform/posix/ThreadState.h"
 
@@ -21,7 +19,7 @@ steady_clock::time_point CurrentTick() {
     return std::chrono::floor<milliseconds>(steady_clock::now());
 }
 
-// By default the kernel may wake a sleeper 50 us late to save energy: far more than the rest of a wake-up takes.
+// The kernel may wake a sleeper 50 us late by default, to save energy.  The rest of a wake-up takes far less time.
 void MinimiseTimerSlack() {
     static thread_local const int lDone = prctl(PR_SET_TIMERSLACK, 1UL);
     static_cast<void>(lDone);
@@ -30,14 +28,13 @@ void MinimiseTimerSlack() {
 // A thread that is suspended while it waits stays in here until it is resumed.
 void WaitUntil(steady_clock::time_point aDeadline) {
     MinimiseTimerSlack();
-    std::mutex lMutex;
-    std::condition_variable lEnded;
-    StoppableCall lCall(&lMutex, &lEnded);
+    WaitPoint lWaitPoint;
+    StoppableCall lCall(&lWaitPoint);
     if (aDeadline <= steady_clock::now()) {
         sched_yield();
     } else {
-        std::unique_lock lLock(lMutex);
-        lEnded.wait_until(lLock, aDeadline, [&lCall] { return lCall.IsEnding(); });
+        std::unique_lock lLock(lWaitPoint.mMutex);
+        lWaitPoint.mChanged.wait_until(lLock, aDeadline, [&lCall] { return lCall.IsEnding(); });
     }
     lCall.Leave();
 }

@@ -7,36 +7,47 @@
 
 namespace platform {
 
+struct Semaphore::State : WaitPoint {
+    State(uint32_t aInitialCount, uint32_t aMaximumCount) : mCount(aInitialCount), mMaximumCount(aMaximumCount) {}
+
+    uint32_t mCount;
+    const uint32_t mMaximumCount;
+    bool mAbandoned = false;
+    uint32_t mTimesAbandoned = 0;
+};
+
 Semaphore::Semaphore(uint32_t aInitialCount, uint32_t aMaximumCount)
-    : cCount(aInitialCount), cMaximumCount(aMaximumCount) {}
+    : cState(std::make_unique<State>(aInitialCount, aMaximumCount)) {}
+
+Semaphore::~Semaphore() = default;
 
 Semaphore::WaitResult Semaphore::Wait(uint32_t aMilliseconds) {
     const auto lDeadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(aMilliseconds);
-    StoppableCall lCall(&cMutex, &cChanged);
+    StoppableCall lCall(cState.get());
     WaitResult lResult = WaitResult::TIMED_OUT;
     {
         StopGuard lGuard;
-        std::unique_lock lLock(cMutex);
-        const uint32_t lTimesAbandoned = cTimesAbandoned;
+        std::unique_lock lLock(cState->mMutex);
+        const uint32_t lTimesAbandoned = cState->mTimesAbandoned;
         for (bool lInTime = true;;) {
             if (lCall.IsStopWanted()) {
-                // Takes nothing now.  What woke it up has woken all others too.
+                // A suspended thread takes nothing.  The release that woke it has woken all other waiters too.
                 lLock.unlock();
                 lCall.Pause();
                 lLock.lock();
-            } else if (cAbandoned || cTimesAbandoned != lTimesAbandoned) {
+            } else if (cState->mAbandoned || cState->mTimesAbandoned != lTimesAbandoned) {
                 lResult = WaitResult::ABANDONED;
                 break;
-            } else if (cCount > 0) {
-                --cCount;
+            } else if (cState->mCount > 0) {
+                --cState->mCount;
                 lResult = WaitResult::TAKEN;
                 break;
             } else if (!lInTime) {
                 break;
             } else if (aMilliseconds == NO_TIME_LIMIT) {
-                cChanged.wait(lLock);
+                cState->mChanged.wait(lLock);
             } else {
-                lInTime = cChanged.wait_until(lLock, lDeadline) == std::cv_status::no_timeout;
+                lInTime = cState->mChanged.wait_until(lLock, lDeadline) == std::cv_status::no_timeout;
             }
         }
     }
@@ -47,26 +58,26 @@ Semaphore::WaitResult Semaphore::Wait(uint32_t aMilliseconds) {
 bool Semaphore::Release() {
     const StopGuard lGuard;  // a releaser that is stopped before the notification would leave a waiter asleep
     {
-        const std::lock_guard lLock(cMutex);
-        if (cCount >= cMaximumCount)
+        const std::lock_guard lLock(cState->mMutex);
+        if (cState->mCount >= cState->mMaximumCount)
             return false;
-        ++cCount;
+        ++cState->mCount;
     }
-    cChanged.notify_all();  // without the lock, which the woken thread wants at once
+    cState->mChanged.notify_all();  // after the unlocking, since the woken thread needs the mutex at once
     return true;
 }
 
 void Semaphore::Abandon() {
-    const Lock lLock(cMutex);
-    cAbandoned = true;
-    ++cTimesAbandoned;
-    cChanged.notify_all();
+    const Lock lLock(cState->mMutex);
+    cState->mAbandoned = true;
+    ++cState->mTimesAbandoned;
+    cState->mChanged.notify_all();
 }
 
 void Semaphore::Restart(uint32_t aInitialCount) {
-    const Lock lLock(cMutex);
-    cAbandoned = false;
-    cCount = aInitialCount;
+    const Lock lLock(cState->mMutex);
+    cState->mAbandoned = false;
+    cState->mCount = aInitialCount;
 }
 
 }  // namespace platform

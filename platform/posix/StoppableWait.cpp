@@ -11,7 +11,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-// Rounded up, so that a wait does not end before its time.
+// The rest is rounded up, so that a wait does not end before its time.
 int MillisecondsUntil(Clock::time_point aDeadline) {
     const auto lLeft = std::chrono::ceil<std::chrono::milliseconds>(aDeadline - Clock::now());
     return lLeft.count() > 0 ? static_cast<int>(lLeft.count()) : 0;
@@ -19,7 +19,7 @@ int MillisecondsUntil(Clock::time_point aDeadline) {
 
 bool WaitFor(short aEvent, int aHandle, int aMilliseconds) {
     const auto lDeadline = Clock::now() + std::chrono::milliseconds(aMilliseconds);
-    StoppableCall lCall(nullptr, nullptr);
+    StoppableCall lCall;
     pollfd lHandles[2] = {{aHandle, aEvent, 0}, {-1, POLLIN, 0}};
     if (lCall.GetState() != nullptr)
         lHandles[1].fd = lCall.GetState()->GetWakeHandle();

@@ -36,8 +36,8 @@ bool Thread::IsCurrent() const {
 }
 
 bool Thread::Suspend(uint32_t* aOldCount) {
-    // The caller holds its share of the state inside the bracket only: there it is not cut off itself.
-    StoppableCall lCall(nullptr, nullptr);
+    // The caller holds its share of the state only inside the bracket, where it is not ended itself.
+    StoppableCall lCall;
     auto lState = GetState();
     const bool lSuspended = lState != nullptr && lState->Suspend(aOldCount);
     lState = nullptr;
@@ -54,7 +54,7 @@ bool Thread::Resume(uint32_t* aOldCount) {
 void Thread::End() {
     if (IsCurrent())
         ThreadState::Current()->CutOff();
-    StoppableCall lCall(nullptr, nullptr);
+    StoppableCall lCall;
     if (const auto lState = GetState(); lState != nullptr)
         lState->End();
     lCall.Leave();

@@ -17,8 +17,8 @@ namespace {
 
 using std::chrono::milliseconds;
 
-constexpr milliseconds GRACE_CHECK(2);                   // between two looks at the grace
-constexpr milliseconds GRACE_LIMIT(1000);                // for a thread that gets no processor
+constexpr milliseconds GRACE_CHECK(2);                   // between two looks whether the grace is over
+constexpr milliseconds GRACE_LIMIT(1000);                // of real time, for a thread that gets no processor
 constexpr std::chrono::microseconds SIGNAL_PERIOD(100);  // between two stop signals to a thread that cannot stop yet
 constexpr int MOST_TIMES_IN_LIBRARY = 5000;              // signals that a thread inside a library passes over
 constexpr milliseconds STOP_LIMIT(10000);                // after that the thread counts as not stoppable
@@ -34,7 +34,7 @@ bool SetNice(uint32_t aThreadId, ThreadPriority aPriority) {
     return setpriority(PRIO_PROCESS, aThreadId, std::clamp(lOfProcess + lOfLevel, -20, 19)) == 0;
 }
 
-// A creator may have the signal blocked, and threads inherit that.
+// A thread inherits the blocked signals of its creator, who may have blocked this one.
 void UnblockStopSignal() {
     sigset_t lSignals;
     sigemptyset(&lSignals);
@@ -83,7 +83,7 @@ std::shared_ptr<ThreadState> ThreadState::Start(void (*aEntry)(void*), void* aAr
     if (pthread_attr_init(&lAttributes) != 0)
         return nullptr;
     pthread_attr_setdetachstate(&lAttributes, PTHREAD_CREATE_DETACHED);
-    auto lShare = std::make_unique<std::shared_ptr<ThreadState>>(lState);  // the thread's own
+    auto lShare = std::make_unique<std::shared_ptr<ThreadState>>(lState);  // the share that the new thread holds
     StopGuard lGuard;
     std::unique_lock lLock(lState->cMutex);
     const int lResult = pthread_create(&lState->cHandle, &lAttributes, Run, lShare.get());
@@ -100,7 +100,7 @@ void* ThreadState::Run(void* aState) {
     ThreadState* const lpState = lShare->get();
     sCurrent = lpState;
     UnblockStopSignal();
-    SetNice(static_cast<uint32_t>(syscall(SYS_gettid)), PRIORITY_NORMAL);  // not that of the thread that started it
+    SetNice(static_cast<uint32_t>(syscall(SYS_gettid)), PRIORITY_NORMAL);  // otherwise it would have its creator's
     {
         const std::lock_guard lLock(lpState->cMutex);
         lpState->cId = static_cast<uint32_t>(syscall(SYS_gettid));
@@ -116,8 +116,8 @@ void* ThreadState::Run(void* aState) {
     return nullptr;
 }
 
-// Apart from Run, so that no local of Run lives across the jump.  Guarded at both ends: outside of it there is no place
-// to jump to.
+// A function of its own, so that the jump does not cross any local of Run.  The thread is guarded before and after it,
+// because cBase is valid only inside.
 void ThreadState::RunEntry() {
     if (sigsetjmp(cBase, 1) == 0) {
         LowerGuard();
@@ -145,15 +145,15 @@ void ThreadState::OnStopSignal(int, siginfo_t*, void* aContext) {
         return;
     const int lErrno = errno;
     if (lpState->IsGuarded())
-        lpState->cStopMissed = true;  // the guard's end makes good for it
+        lpState->cStopMissed = true;  // the guard's end will stop the thread
     else if (posix::IsInLibraryCode(aContext) && ++lpState->cTimesInLibrary <= MOST_TIMES_IN_LIBRARY)
-        lpState->cSignalSent = false;  // so that another is sent soon
+        lpState->cSignalSent = false;  // so that another signal is sent soon
     else
         lpState->StopHere();
     errno = lErrno;
 }
 
-// In the signal's handler or at the end of a guard.
+// Called in the signal's handler and at the end of a guard.
 void ThreadState::StopHere() {
     cSignalSent = false;
     cTimesInLibrary = 0;
@@ -180,18 +180,16 @@ void ThreadState::Wake() {
 void ThreadState::Park(std::unique_lock<std::mutex>& aLock) {
     cChanged.wait(aLock, [this] { return cSuspendCount == 0 || cEnding; });
     if (cEnding) {
-        cWaitMutex = nullptr;
-        cWaitCondition = nullptr;
+        cWaitPoint = nullptr;
         aLock.unlock();
         CutOff();
     }
 }
 
-void ThreadState::EnterCall(std::mutex* apMutex, std::condition_variable* apCondition) {
+void ThreadState::EnterCall(WaitPoint* apWaitPoint) {
     StopGuard lGuard;
     std::unique_lock lLock(cMutex);
-    cWaitMutex = apMutex;
-    cWaitCondition = apCondition;
+    cWaitPoint = apWaitPoint;
     cStage = AT_CALL;
     cChanged.notify_all();
     Park(lLock);
@@ -207,8 +205,7 @@ void ThreadState::LeaveCall() {
     StopGuard lGuard;
     std::unique_lock lLock(cMutex);
     Park(lLock);
-    cWaitMutex = nullptr;
-    cWaitCondition = nullptr;
+    cWaitPoint = nullptr;
     cStage = RUNNING;
 }
 
@@ -284,9 +281,9 @@ void ThreadState::End() {
         cStopWanted = true;
         cChanged.notify_all();
         Wake();
-        if (cWaitCondition != nullptr) {
-            const std::lock_guard lWaitLock(*cWaitMutex);
-            cWaitCondition->notify_all();
+        if (cWaitPoint != nullptr) {
+            const std::lock_guard lWaitLock(cWaitPoint->mMutex);
+            cWaitPoint->mChanged.notify_all();
         }
     }
     WaitUntilStill();
@@ -295,7 +292,7 @@ void ThreadState::End() {
 bool ThreadState::SetPriority(ThreadPriority aPriority) {
     StopGuard lGuard;
     const std::lock_guard lLock(cMutex);
-    if (cStage == FINISHED || !SetNice(cId, aPriority))  // the number of a finished thread may be another's
+    if (cStage == FINISHED || !SetNice(cId, aPriority))  // another thread may have the id of a finished one
         return false;
     cPriority = aPriority;
     return true;
