@@ -16,18 +16,18 @@ constexpr int PROBE_FAILED = -1;
 constexpr int PRINTED_SIZE = PROBE_DATA_SIZE;
 constexpr size_t HOST_TEXT_SIZE = 1025;
 
-// Of the one thread that probes.
+// These three belong to the one thread that probes.
 int sFamily = platform::FAMILY_ANY;  // of the last destination
 unsigned char sReceived[PROBE_RECEIVE_BUFFER];
 bool sSocketRefused = false;
 
-// Prints "aWhat failed: " and the number to the error stream.  PROBE_FAILED, for a caller that gives up.
+// Prints "aWhat failed: " and the number to the error stream.  Returns PROBE_FAILED, which the caller may return too.
 int Failed(const char* aWhat, int aError) {
     platform::PrintError("%s failed: %d\n", aWhat, aError);
     return PROBE_FAILED;
 }
 
-// The numeric text of the host; the error leaves a line.
+// Writes the numeric text of the host to aText.  0, or the error, which is also printed.
 int HostText(const void* aAddress, size_t aLength, char (&aText)[HOST_TEXT_SIZE]) {
     const int lError = platform::TranslateAddress(aAddress, aLength, aText, sizeof aText);
     if (lError != 0)
@@ -44,7 +44,7 @@ void PrintReply(const platform::SocketAddress& aSource, uint32_t aElapsed) {
         platform::PrintProgress(": bytes=%d time=%dms TTL=%d\n", PRINTED_SIZE, static_cast<int>(aElapsed), PROBE_TTL);
 }
 
-// Awaits what comes after the request that went out at the tick aSent; the first receive is posted.
+// Waits for a reply to the request that went out at the tick aSent.  The first receive is posted already.
 int AwaitReply(platform::ProbeSocket& aSocket, platform::SocketAddress* apSource, const char* aDestination,
                uint32_t aSent, uint32_t aWait) {
     for (int lExamined = 0; lExamined < PROBE_MAX_RECEIVES; ++lExamined) {
@@ -55,10 +55,10 @@ int AwaitReply(platform::ProbeSocket& aSocket, platform::SocketAddress* apSource
                 platform::PrintProgress("Request timed out.\n");
                 return 0;
             case platform::ProbeSocket::WaitResult::FAILED:
-                return Failed("WaitForSingleObject", aSocket.GetLastError());
+                return Failed("WaitForSingleObject", aSocket.GetSystemError());
         }
         if (!aSocket.GetReceiveResult())
-            Failed("WSAGetOverlappedResult", aSocket.GetLastError());
+            Failed("WSAGetOverlappedResult", aSocket.GetSystemError());
         PrintReply(*apSource, platform::TickCount() - aSent);
         if (IsSameAddress(apSource->mBytes, apSource->mLength, aDestination))
             return 1;
@@ -68,14 +68,14 @@ int AwaitReply(platform::ProbeSocket& aSocket, platform::SocketAddress* apSource
     return 0;
 }
 
-// The probe between two addresses that are resolved.
+// Probes one address from another.
 int Probe(const char* aDestination, const platform::SocketAddress& aTo, const platform::SocketAddress& aFrom,
           uint32_t aWait) {
-    platform::SocketAddress lSource;  // outlives the socket: a receive is posted into it
+    platform::SocketAddress lSource;  // declared before the socket, which may write to it
     platform::ProbeSocket lSocket;
     sSocketRefused = !lSocket.Open();
     if (sSocketRefused) {
-        platform::Print("socket failed: %d\n", lSocket.GetLastError());
+        platform::Print("socket failed: %d\n", lSocket.GetSystemError());
         return PROBE_FAILED;
     }
     SetTtl(lSocket, PROBE_TTL);
@@ -84,9 +84,9 @@ int Probe(const char* aDestination, const platform::SocketAddress& aTo, const pl
         return Failed("HeapAlloc", errno);
     FillEchoRequest(lRequest.get(), static_cast<uint16_t>(platform::ProcessId()));
     if (!lSocket.Bind(aFrom))
-        return Failed("bind", lSocket.GetLastError());
+        return Failed("bind", lSocket.GetSystemError());
     if (!lSocket.CreateEvent())
-        return Failed("WSACreateEvent", lSocket.GetLastError());
+        return Failed("WSACreateEvent", lSocket.GetSystemError());
     PostRecvFrom(lSocket, sReceived, sizeof sReceived, &lSource);
     platform::PrintProgress("\nPinging ");
     PrintAddress(aTo.mBytes, aTo.mLength);
@@ -94,7 +94,7 @@ int Probe(const char* aDestination, const platform::SocketAddress& aTo, const pl
     CompleteEchoRequest(lRequest.get(), static_cast<uint16_t>(platform::TickCount()));
     const uint32_t lSent = platform::TickCount();
     if (!lSocket.Send(lRequest.get(), ECHO_REQUEST_SIZE, aTo))
-        return Failed("sendto", lSocket.GetLastError());
+        return Failed("sendto", lSocket.GetSystemError());
     return AwaitReply(lSocket, &lSource, aDestination, lSent, aWait);
 }
 
@@ -149,11 +149,11 @@ bool IsSameAddress(const void* aAddress, size_t aLength, const char* aText) {
 
 void SetTtl(platform::ProbeSocket& aSocket, int aTimeToLive) {
     if (!aSocket.SetTimeToLive(aTimeToLive))
-        Failed("SetTtl: setsockopt", aSocket.GetLastError());
+        Failed("SetTtl: setsockopt", aSocket.GetSystemError());
 }
 
 void PostRecvFrom(platform::ProbeSocket& aSocket, unsigned char* aBuffer, size_t aSize,
                   platform::SocketAddress* apSource) {
     if (!aSocket.PostReceive(aBuffer, aSize, apSource))
-        Failed("WSARecvFrom", aSocket.GetLastError());
+        Failed("WSARecvFrom", aSocket.GetSystemError());
 }

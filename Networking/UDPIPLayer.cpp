@@ -1,6 +1,5 @@
 #include "Networking/UDPIPLayer.h"
 
-#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
@@ -95,7 +94,7 @@ bool UDPIPLayer::ConnectOrBind() {
 bool UDPIPLayer::JoinGroup() {
     char lText[UDP_MAX_ADDRESS_LENGTH + 1];
     const bool lFound = GetInterfaceAddress(cLocalInterface, lText) == 0;
-    return ciSocket.JoinGroup(cHost, lFound ? platform::ParseAddress(lText) : ANY_ADDRESS);
+    return ciSocket.JoinGroup(cHost, {0, lFound ? platform::ParseAddress(lText) : ANY_ADDRESS});
 }
 
 void UDPIPLayer::CloseSocket() {
@@ -153,7 +152,7 @@ void UDPIPLayer::ReportUnsent(Sent aResult) {
 }
 
 void UDPIPLayer::NoteFailure(const char* apFormat) {
-    std::snprintf(cFailure, sizeof cFailure, apFormat, ciSocket.GetLastError());
+    std::snprintf(cFailure, sizeof cFailure, apFormat, ciSocket.GetSystemError());
 }
 
 uint32_t UDPIPLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagIndex*/) {
@@ -168,7 +167,7 @@ uint32_t UDPIPLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTag
         return 2;
     }
     if (lResult == platform::UdpSocket::ReceiveResult::FAILED) {
-        const bool lTooLong = ciSocket.GetLastError() == EMSGSIZE;
+        const bool lTooLong = ciSocket.GetError() == platform::SocketError::TOO_LONG;
         if (lTooLong)
             Report(StackEvent::INPUT_OVERSIZE);
         return FailToReceive("receive from socket failed. Error: %d", !lTooLong);
@@ -188,7 +187,7 @@ uint32_t UDPIPLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTag
 }
 
 uint32_t UDPIPLayer::FailToReceive(const char* apFormat, bool aTakesNoTime) {
-    platform::Print(apFormat, ciSocket.GetLastError());
+    platform::Print(apFormat, ciSocket.GetSystemError());
     if (aTakesNoTime)
         BrakeFailure();
     return Fail(UDP_RECEIVE_FAILED);

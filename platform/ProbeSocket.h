@@ -2,59 +2,51 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 
 #include "platform/HostLookup.h"
 
 namespace platform {
 
 // A socket that sends ICMP echo requests over IPv4 (RFC 792) and receives what comes back.  It is a raw socket where
-// the process may have one: it receives every ICMP message that reaches this host.  Else it is the kernel's ICMP
-// datagram socket (sysctl net.ipv4.ping_group_range): it puts its own identifier into the request and receives only
-// the replies to it.  One thread at a time.  Operations answer true for success; after a false, GetLastError is the
-// system's error number (errno) of that operation.
+// the process may have one; a raw socket receives every ICMP message that reaches this host.  Else it is the kernel's
+// ICMP datagram socket (sysctl net.ipv4.ping_group_range), which puts its own identifier into the request and receives
+// only the replies to it.  One thread at a time.  Operations answer true for success; after a false, GetSystemError is
+// the system's error number of that operation.
 //
-// One receive at a time is posted, and completes later; what it needs stays alive until it has completed or the socket
-// is closed.
+// A receive is posted first and completes later.  Its buffer and its source must live until it has completed or the
+// socket is destroyed.  Only one receive is posted at a time.
 class ProbeSocket {
 public:
-    ProbeSocket() = default;
+    ProbeSocket();
     ~ProbeSocket();
     ProbeSocket(const ProbeSocket&) = delete;
     ProbeSocket& operator=(const ProbeSocket&) = delete;
 
-    bool Open();  // once
+    bool Open();  // to be called once, before all others
     bool SetTimeToLive(int aTimeToLive);
     bool Bind(const SocketAddress& aAddress);
 
-    // Makes what completes a receive, where the system needs such a thing (the others answer true).
+    // Makes the object that signals the completion of a receive.  True also on systems that need no such object.
     bool CreateEvent();
 
-    // Posts a receive: of the next message into aBuffer, at most aSize bytes, and of its sender into *apSource.
+    // Posts a receive, which will put the next message into aBuffer, aSize bytes at most, and its sender into
+    // *apSource.
     bool PostReceive(unsigned char* aBuffer, size_t aSize, SocketAddress* apSource);
     bool Send(const unsigned char* aData, size_t aSize, const SocketAddress& aTo);
 
     enum class WaitResult { COMPLETED, TIMED_OUT, FAILED };
-    // Waits at most aMilliseconds for the posted receive, all of them when none is posted.
+    // Waits at most aMilliseconds for the posted receive to complete; if none is posted, waits until the time is over.
     WaitResult WaitForReceive(uint32_t aMilliseconds);
 
     // Whether the completed receive brought a message.
     bool GetReceiveResult();
 
-    int GetLastError() const { return cLastError; }
+    int GetSystemError() const;
 
 private:
-    enum class Receive { NONE, PENDING, COMPLETED };
-
-    bool Check(int64_t aResult);
-    void TryReceive();
-
-    int cHandle = -1;
-    int cLastError = 0;
-    Receive cReceive = Receive::NONE;
-    int cReceiveError = 0;  // of the completed one
-    unsigned char* cBuffer = nullptr;
-    size_t cBufferSize = 0;
-    SocketAddress* cSource = nullptr;
+    struct State;
+    const std::unique_ptr<State> cState;
 };
 
 }  // namespace platform

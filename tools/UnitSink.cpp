@@ -19,7 +19,7 @@ UnitSink::Result UnitSink::Send(Packet* apUnit) {
     if (cEndpoint.PushUnit(apUnit) == 1) {
         return Result::SENT;
     }
-    cSystemError = cEndpoint.ciUDPIPLayer != nullptr ? cEndpoint.ciUDPIPLayer->ciSocket.GetLastError() : errno;
+    cSystemError = cEndpoint.ciUDPIPLayer != nullptr ? cEndpoint.ciUDPIPLayer->ciSocket.GetSystemError() : errno;
     cCode = cEndpoint.GetError();
     return cCode == FILE_END ? Result::FULL : cCode == FILE_WRITE_FAILED ? Result::FAILED : Result::LOST;
 }

@@ -17,26 +17,43 @@ const sockaddr* ToSystem(const SocketAddress& aAddress) {
     return reinterpret_cast<const sockaddr*>(aAddress.mBytes);
 }
 
+enum class Receive { NONE, PENDING, COMPLETED };
+
 }  // namespace
 
+struct ProbeSocket::State {
+    bool Check(int64_t aResult);
+    void TryReceive();
+
+    int mHandle = -1;
+    int mError = 0;  // of the last operation that failed
+    Receive mReceive = Receive::NONE;
+    int mReceiveError = 0;  // of the completed receive; 0 when it brought a message
+    unsigned char* mBuffer = nullptr;
+    size_t mBufferSize = 0;
+    SocketAddress* mSource = nullptr;
+};
+
+ProbeSocket::ProbeSocket() : cState(std::make_unique<State>()) {}
+
 ProbeSocket::~ProbeSocket() {
-    if (cHandle != -1)
-        close(cHandle);
+    if (cState->mHandle != -1)
+        close(cState->mHandle);
 }
 
 bool ProbeSocket::Open() {
-    cHandle = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
-    if (cHandle == -1)
-        cHandle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_ICMP);
-    return Check(cHandle);
+    cState->mHandle = socket(AF_INET, SOCK_RAW | SOCK_CLOEXEC, IPPROTO_ICMP);
+    if (cState->mHandle == -1)
+        cState->mHandle = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, IPPROTO_ICMP);
+    return cState->Check(cState->mHandle);
 }
 
 bool ProbeSocket::SetTimeToLive(int aTimeToLive) {
-    return Check(setsockopt(cHandle, IPPROTO_IP, IP_TTL, &aTimeToLive, sizeof aTimeToLive));
+    return cState->Check(setsockopt(cState->mHandle, IPPROTO_IP, IP_TTL, &aTimeToLive, sizeof aTimeToLive));
 }
 
 bool ProbeSocket::Bind(const SocketAddress& aAddress) {
-    return Check(bind(cHandle, ToSystem(aAddress), aAddress.mLength));
+    return cState->Check(bind(cState->mHandle, ToSystem(aAddress), aAddress.mLength));
 }
 
 bool ProbeSocket::CreateEvent() {
@@ -44,61 +61,65 @@ bool ProbeSocket::CreateEvent() {
 }
 
 bool ProbeSocket::PostReceive(unsigned char* aBuffer, size_t aSize, SocketAddress* apSource) {
-    cBuffer = aBuffer;
-    cBufferSize = aSize;
-    cSource = apSource;
-    TryReceive();
-    if (cReceive != Receive::COMPLETED || cReceiveError == 0)
+    cState->mBuffer = aBuffer;
+    cState->mBufferSize = aSize;
+    cState->mSource = apSource;
+    cState->TryReceive();
+    if (cState->mReceive != Receive::COMPLETED || cState->mReceiveError == 0)
         return true;
-    cReceive = Receive::NONE;
-    cLastError = cReceiveError;
+    cState->mReceive = Receive::NONE;
+    cState->mError = cState->mReceiveError;
     return false;
 }
 
 bool ProbeSocket::Send(const unsigned char* aData, size_t aSize, const SocketAddress& aTo) {
-    return Check(sendto(cHandle, aData, aSize, 0, ToSystem(aTo), aTo.mLength));
+    return cState->Check(sendto(cState->mHandle, aData, aSize, 0, ToSystem(aTo), aTo.mLength));
 }
 
 ProbeSocket::WaitResult ProbeSocket::WaitForReceive(uint32_t aMilliseconds) {
     const uint32_t lStart = TickCount();
-    while (cReceive == Receive::PENDING) {
+    while (cState->mReceive == Receive::PENDING) {
         const uint32_t lElapsed = TickCount() - lStart;
         const uint32_t lLeft = aMilliseconds > lElapsed ? aMilliseconds - lElapsed : 0;
-        if (!posix::WaitReadable(cHandle, static_cast<int>(lLeft)))
+        if (!posix::WaitReadable(cState->mHandle, static_cast<int>(lLeft)))
             return WaitResult::TIMED_OUT;
-        TryReceive();  // nothing yet when the message was dropped for its checksum
+        cState->TryReceive();  // stays pending if the system dropped the message for a wrong checksum
     }
-    if (cReceive == Receive::COMPLETED)
+    if (cState->mReceive == Receive::COMPLETED)
         return WaitResult::COMPLETED;
     Sleep(aMilliseconds);
     return WaitResult::TIMED_OUT;
 }
 
 bool ProbeSocket::GetReceiveResult() {
-    cReceive = Receive::NONE;
-    cLastError = cReceiveError;
-    return cReceiveError == 0;
+    cState->mReceive = Receive::NONE;
+    cState->mError = cState->mReceiveError;
+    return cState->mReceiveError == 0;
 }
 
-bool ProbeSocket::Check(int64_t aResult) {
+int ProbeSocket::GetSystemError() const {
+    return cState->mError;
+}
+
+bool ProbeSocket::State::Check(int64_t aResult) {
     if (aResult == -1)
-        cLastError = errno;
+        mError = errno;
     return aResult != -1;
 }
 
-void ProbeSocket::TryReceive() {
-    socklen_t lLength = sizeof cSource->mBytes;
+void ProbeSocket::State::TryReceive() {
+    socklen_t lLength = sizeof mSource->mBytes;
     const ssize_t lCount =
-        recvfrom(cHandle, cBuffer, cBufferSize, MSG_DONTWAIT, reinterpret_cast<sockaddr*>(cSource->mBytes), &lLength);
+        recvfrom(mHandle, mBuffer, mBufferSize, MSG_DONTWAIT, reinterpret_cast<sockaddr*>(mSource->mBytes), &lLength);
     if (lCount == -1 && (errno == EAGAIN || errno == EINTR)) {
-        cReceive = Receive::PENDING;
+        mReceive = Receive::PENDING;
         return;
     }
-    cReceive = Receive::COMPLETED;
-    cReceiveError = lCount == -1 ? errno : 0;
+    mReceive = Receive::COMPLETED;
+    mReceiveError = lCount == -1 ? errno : 0;
     if (lCount != -1) {
-        cSource->mFamily = FAMILY_IPV4;
-        cSource->mLength = lLength;
+        mSource->mFamily = FAMILY_IPV4;
+        mSource->mLength = lLength;
     }
 }
 
