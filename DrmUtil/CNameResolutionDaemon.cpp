@@ -14,7 +14,7 @@
 namespace {
 
 constexpr size_t HOST_NAME_SIZE = 201;
-constexpr uint32_t MULTICAST_PREFIX = 0xE;  // the first four bits of 224 to 239
+constexpr uint32_t MULTICAST_PREFIX = 0xE;  // the first four bits of a group's address, 224 to 239
 
 void TakeList() {
     CNameResolutionDaemon::cListLockSemaphore->Wait(platform::Semaphore::NO_TIME_LIMIT);
@@ -24,7 +24,7 @@ void GiveBackList() {
     CNameResolutionDaemon::cListLockSemaphore->Release();
 }
 
-// Holds the list for a scope of a sender's, which is a task: it is not stopped meanwhile.
+// Holds the list for a scope.  A sender is a task, which others may stop, but not while it holds the list.
 class ListLock {
 public:
     ListLock() { TakeList(); }
@@ -40,7 +40,7 @@ std::string_view UpToDot(std::string_view aName) {
     return aName.substr(0, aName.find('.'));
 }
 
-// False, with the field unchanged, when the text does not fit.
+// Copies a text into a field of an entry.  False, with the field unchanged, when the text does not fit.
 template <size_t SIZE>
 bool Store(std::string_view aText, char (&aField)[SIZE]) {
     if (aText.size() >= SIZE)
@@ -49,14 +49,14 @@ bool Store(std::string_view aText, char (&aField)[SIZE]) {
     return true;
 }
 
-// The entry as which a destination is listed.  False when it does not fit.
+// Makes the entry under which a destination is listed.  False when its text does not fit.
 bool MakeEntry(const char* aHost, CAddressEntry* apEntry) {
     if (CNameResolutionDaemon::IsDottedAddress(aHost))
         return Store(aHost, apEntry->miAddress);
     return Store(UpToDot(aHost), apEntry->miName);
 }
 
-// The tests of an entry by its name and by its address.  They wait for the network.
+// Resolve and Probe test an entry, by its name and by its address.  Both wait for the network.
 
 void Resolve(CAddressEntry* apEntry) {
     CHECK_INVARIANT_AS(apEntry->miName[0] != '\0', "liAddressToTest.miName[0]!='\\0'");
@@ -77,7 +77,7 @@ void Probe(CAddressEntry* apEntry) {
     }
     apEntry->mFailedProbes = 0;
     apEntry->miStatus = ADDRESS_USABLE;
-    // A name that it was listed by stays: the next question by that name must find it.
+    // An entry that was listed by name keeps that name, because the next question by it must find the entry.
     std::string lName;
     if (apEntry->miName[0] == '\0' && platform::LookUpHostName(platform::ParseAddress(apEntry->miAddress), &lName))
         Store(UpToDot(lName), apEntry->miName);
@@ -104,7 +104,7 @@ CNameResolutionDaemon* CNameResolutionDaemon::GetInstance() {
     if (cInstance != nullptr)
         return cInstance;
     const platform::StopGuard lGuard;
-    static CNameResolutionDaemon* const slpDaemon = Create();  // by one thread; others that come meanwhile wait
+    static CNameResolutionDaemon* const slpDaemon = Create();  // one thread does this, and others wait for it
     return slpDaemon;
 }
 
@@ -121,7 +121,7 @@ CNameResolutionDaemon::CNameResolutionDaemon() {
     cAddressList = new std::list<CAddressEntry>;
     cPeriod = 1000;
     cListChanged = false;
-    cInstance = this;  // after all that others use as soon as they see it
+    cInstance = this;  // last, because others use everything above as soon as they see it
     CNameResolutionDaemon::StartThread(platform::PRIORITY_NORMAL);
 }
 
@@ -172,7 +172,7 @@ void CNameResolutionDaemon::Run() {
     }
 }
 
-// Holds the lock between the tests, in plain calls: nobody stops this thread.
+// Holds the list but for the tests.  No guard is needed here, because nobody stops the daemon's own thread.
 void CNameResolutionDaemon::RunPass() {
     TakeList();
     cListChanged = false;

@@ -8,8 +8,8 @@
 #include "platform/HostLookup.h"
 #include "platform/ProbeSocket.h"
 
-// The reachability probe and helpers around socket addresses.  What goes wrong is told on the console or the error
-// stream, with the system's error number (errno; getaddrinfo's code for translations).
+// The reachability probe and helpers around socket addresses.  Failures are printed to the console or the error stream,
+// with the system's error number (for translations, getaddrinfo's code).
 
 constexpr int PROBE_TTL = 128;  // hops
 constexpr size_t PROBE_RECEIVE_BUFFER = 65535;
@@ -18,27 +18,27 @@ constexpr int PROBE_MAX_RECEIVES = 4;
 
 // Asks the host at a dotted IPv4 address for an echo, in the manner of a command-line ping, and waits for any ICMP
 // message from it, through at most four receptions of aWait milliseconds each.
-// 1 when one came; 0 when aWait passed without any message, or four came from other hosts, which a raw socket receives
-// too; -1 when the probe could not be made.  One thread only.
+// 1 when one came.  0 when aWait passed without any message, or when four came from other hosts, which a raw socket
+// receives too.  -1 when the probe could not be made.  One thread only.
 int Ping(const char* aDestination, uint32_t aWait = PROBE_WAIT_MS);
 
-// Whether the last Ping gave -1 because no socket for it could be had.
+// Whether the last Ping returned -1 because the system gave it no socket.
 bool ProbeSocketRefused();
 
-// The socket addresses of a host (null: the local wildcard address) and a port; family, socket type and protocol are
-// the system's numbers, 0 for any.  Empty, with a line on the error stream, when there are none.
+// The socket addresses of a host and a port (TranslateText in platform/HostLookup.h).  Empty when there are none, with
+// a line on the error stream.
 std::vector<platform::SocketAddress> ResolveAddress(const char* aHost, const char* aPort, int aFamily, int aSocketType,
                                                     int aProtocol);
 
 // Prints the numeric text of a socket address in the system's form, without its port.
-// 0, or the translation's error, with a line on the error stream.
+// 0, or the translation's error, which leaves a line on the error stream.
 int PrintAddress(const void* aAddress, size_t aLength);
 
-// Whether the numeric text of a socket address is aText.  One that cannot be translated counts as the same, with a
-// line on the error stream.
+// Whether the numeric text of a socket address is aText.  An address that cannot be translated counts as the same and
+// leaves a line on the error stream.
 bool IsSameAddress(const void* aAddress, size_t aLength, const char* aText);
 
-// A failure leaves a line on the error stream.
+// Sets the time-to-live of what the socket sends.  A failure leaves a line on the error stream.
 void SetTtl(platform::ProbeSocket& aSocket, int aTimeToLive);
 
 // Posts a receive on the socket (ProbeSocket.h).  A failure leaves a line on the error stream.

@@ -9,17 +9,19 @@ namespace platform {
 uint32_t TickCount();
 
 // Sleeps until the tick count has grown by aMilliseconds: a call at tick t returns when the tick t + aMilliseconds
-// begins, so that a loop which sleeps in whole ticks does not drift against the clock.  0 gives up the rest of the
-// time slice.  A thread that is suspended while it sleeps stays in here until it is resumed (Thread.h).
+// begins, so that a loop which sleeps in whole ticks does not drift against the clock.  With 0 the thread only gives up
+// the rest of its time slice.  A thread that is suspended while it sleeps does not return before it is resumed
+// (Thread.h).
 void Sleep(uint32_t aMilliseconds);
 
 // Nanoseconds of the monotonic clock.
 uint64_t MonotonicTime();
 
-// Sleeps until MonotonicTime() has reached aTime; when it has already, gives up the rest of the time slice as Sleep(0).
+// Sleeps until MonotonicTime() is at least aTime.  If it is already, the thread only gives up the rest of its time
+// slice.
 void SleepUntil(uint64_t aTime);
 
-// Calendar time (UTC), for what is shown to people only.
+// Calendar time (UTC).  It may jump, so it serves only to be shown to people.
 struct CalendarTime {
     int64_t mSeconds;        // since 1970-01-01 00:00:00 UTC
     uint32_t mMilliseconds;  // within the second
@@ -36,7 +38,7 @@ struct LocalTime {
 };
 LocalTime ToLocalTime(int64_t aCalendarSeconds);
 
-// The inverse; daylight saving as the platform's calendar determines it.
+// The seconds since 1970 of a local time; the system's calendar tells whether daylight saving is in force then.
 int64_t ToCalendarSeconds(const LocalTime& aLocalTime);
 
 }  // namespace platform

@@ -4,21 +4,21 @@
 
 // The console: printf-style output that is written through at once, and single keys without echo.
 //
-// Keys come from the terminal when standard input is one: it is switched to unbuffered input without echo at the first
-// question for a key, and put back as it was at every exit: the normal one, SIGINT, SIGTERM, SIGHUP, SIGQUIT and the
-// stop from the keyboard.  While the process is in the terminal's background no key comes and the terminal is left
-// alone.  Otherwise the bytes of the pipe or file are the keys.
+// If standard input is a terminal, the first question for a key switches it to unbuffered input without echo, and every
+// way out of the process puts it back as it was: the normal exit, SIGINT, SIGTERM, SIGHUP, SIGQUIT and the stop from
+// the keyboard.  While the process is in the terminal's background, no key comes and the terminal is left alone.  If
+// standard input is a pipe or a file, its bytes are the keys.
 namespace platform {
 
 // Puts the null device in the place of standard handles that the process was started without.  To be called before
-// anything else is opened: it would get their numbers, and the console's text with them.
+// anything else is opened: a file that got the number of a missing handle would get the console's text too.
 void SecureStandardHandles();
 
-// Formats and writes to standard output.  When it returns every character has been handed to the operating system;
-// one call's text is never mixed with another's.  Failures are ignored, a reader that went away included.  Any thread.
+// Formats text and writes it to standard output.  When Print returns, the operating system has every character.  The
+// texts of two calls are never mixed.  Failures are ignored, also that of a reader that went away.  Any thread.
 [[gnu::format(printf, 1, 2)]] void Print(const char* aFormat, ...);
 
-// The same to the error stream, and never mixed with Print's text where both are one terminal.
+// The same for the error stream.  Its text is not mixed with Print's either, where both streams go to one terminal.
 [[gnu::format(printf, 1, 2)]] void PrintError(const char* aFormat, ...);
 
 // As Print, for text that shows a course and that nobody misses: a quiet console leaves it out.
@@ -29,17 +29,18 @@ void SecureStandardHandles();
 // dropped, so that no reader that stalls holds up a thread.  To be called before other threads print.
 void QuietConsole();
 
-// From now on Print and PrintError drop their text: for a program whose standard output is data and that has its own
-// words for what goes wrong.
+// From now on Print and PrintError drop their text.  For a program whose standard output is data, and which reports
+// failures in its own words.
 void SilencePrint();
 
 // Whether a standard stream is a terminal.
 bool IsTerminal(std::FILE* aStream);
 
-// Whether ReadKey would return a key at once.  False for ever once the input has ended.  One thread only, with ReadKey.
+// Whether ReadKey would return a key at once.  False for ever once the input has ended.  Only one thread may call
+// KeyWaiting and ReadKey.
 bool KeyWaiting();
 
-// Waits for one key and returns it, 0 to 255; -1 at once when the input has ended, so that no key can come.
+// Waits for one key and returns it, 0 to 255.  Returns -1 at once when the input has ended, since no key can come then.
 int ReadKey();
 
 }  // namespace platform

@@ -47,7 +47,7 @@ int IniSection::GetNumber(const char* aKey, int aDefault) const {
     const std::string lText = GetText(aKey, "");
     if (lText.empty())
         return aDefault;
-    // strtol holds at the limits of long, which may be wider than int.
+    // strtol stops at the limits of long, which may be wider than int.
     return static_cast<int>(std::clamp<long>(std::strtol(lText.c_str(), nullptr, 10), INT_MIN, INT_MAX));
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 
-// The user's or the system's wish that the program come to its end (SIGINT, SIGTERM, SIGHUP), for a program that has
-// something to finish first.
+// For programs that have something to finish when the user or the system asks them to end (SIGINT, SIGTERM, SIGHUP).
 namespace platform {
 
 // From now on the first of these signals does not end the process but is remembered; waits of this library go on.  More
@@ -12,7 +11,7 @@ void CatchInterrupts();
 // Whether a signal was remembered.  Any thread.
 bool Interrupted();
 
-// From now on a write to a pipe whose reader went away fails with EPIPE; no signal ends the process.
+// From now on a write to a pipe whose reader went away fails with EPIPE; without this call it ends the process.
 void IgnoreBrokenPipes();
 
 }  // namespace platform

@@ -6,14 +6,14 @@
 
 namespace platform {
 
-// Locks a mutex for a scope and keeps the holder from being stopped meanwhile, so that nobody waits for a lock whose
-// holder is suspended.  Every mutex that tasks share is taken through it.
+// Locks a mutex for a scope, in which the holder is not stopped: otherwise others would wait for a suspended thread.
+// Every mutex that tasks share is locked in this way.
 class Lock {
 public:
     explicit Lock(std::mutex& aMutex) : cLock(aMutex) {}
 
 private:
-    StopGuard cGuard;  // before the lock: taken earlier and given back later
+    StopGuard cGuard;  // declared first, so that it begins before the lock and ends after it
     std::lock_guard<std::mutex> cLock;
 };
 

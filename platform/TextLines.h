@@ -12,7 +12,7 @@ inline std::string Trimmed(const std::string& aText) {
     return lFirst == std::string::npos ? "" : aText.substr(lFirst, aText.find_last_not_of(lBlanks) - lFirst + 1);
 }
 
-// Only A to Z, whatever the locale.
+// Changes only A to Z, whatever the locale is.
 inline std::string LowerCase(std::string aText) {
     for (char& lCharacter : aText) {
         if (lCharacter >= 'A' && lCharacter <= 'Z')
@@ -29,8 +29,8 @@ struct TextLine {
     std::string mValue;    // trimmed; unchanged for a section
 };
 
-// The section and value lines of a file; all others are skipped, as are comments (";") and a byte-order mark.  A
-// file that cannot be read has no lines.
+// The section and value lines of a file.  All other lines are skipped, and so are comments (";") and a byte-order mark.
+// A file that cannot be read has no lines.
 class TextLines {
 public:
     explicit TextLines(const std::string& aPath) : cFile(aPath, std::ios::binary) {}
@@ -71,7 +71,7 @@ private:
 
     std::ifstream cFile;
     bool cAtStart = true;
-    bool cIsUTF16 = false;  // little endian, as Windows' tools write it; its ASCII characters are read
+    bool cIsUTF16 = false;  // UTF-16, least significant byte first, as Windows' tools write it; only ASCII is read
 };
 
 }  // namespace platform

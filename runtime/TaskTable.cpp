@@ -10,20 +10,20 @@
 namespace {
 
 struct TaskControlBlock {
-    bool mUsed = false;  // an id names it
+    bool mUsed = false;  // a task has this record
     rtems_name mName = 0;
     rtems_task_entry mEntry = nullptr;  // null before the start
     rtems_task_argument mArgument = 0;
     platform::Thread mThread;
 
-    // The thread of a deleted task may still be on its way to its end.
+    // A record without a task is not free yet while the deleted task's thread has not ended.
     bool IsFree() const { return !mUsed && !mThread.IsRunning(); }
 };
 
-// The records are used again and again and never destroyed: a thread that is ended while it deals with one of them
-// (suspends its task, for example) leaves nothing behind, and tasks use them until the process is gone.
+// The records are used again and again and never destroyed.  So a thread may be ended while it deals with one of them
+// (while it suspends the task, for example), and tasks may use the table until the process is gone.
 struct TaskTable {
-    std::mutex mLock;  // over the records but for their threads, which have their own
+    std::mutex mLock;  // over all fields of the records but mThread, which has a lock of its own
     std::array<TaskControlBlock, MAX_TASKS> mTasks;
 };
 
@@ -125,7 +125,7 @@ rtems_status_code rtems_task_delete(rtems_id aId) {
     {
         const platform::Lock lLock(Table().mLock);
         if (!std::exchange(lpTask->mUsed, false))
-            return RTEMS_INVALID_ID;  // another thread was faster
+            return RTEMS_INVALID_ID;  // another thread has deleted the task meanwhile
     }
     lpTask->mThread.End();
     return RTEMS_SUCCESSFUL;

@@ -10,15 +10,15 @@
 namespace {
 
 constexpr size_t TRACE_BUFFER_SIZE = 300;
-constexpr int MAX_MESSAGE_LENGTH = 272;  // what a line leaves beside time stamp, line end and NUL
+constexpr int MAX_MESSAGE_LENGTH = 272;  // the buffer without time stamp, line end and NUL
 
-// Never destroyed: tasks trace until the process is gone.
+// Never destroyed, because tasks write traces until the process is gone.
 platform::Semaphore& TraceLock() {
     static platform::Semaphore* const slpLock = new platform::Semaphore(1, 1000);
     return *slpLock;
 }
 
-// Makes the lock before main, so before any task.
+// Makes the lock before main begins, and so before any task can need it.
 [[maybe_unused]] const platform::Semaphore* const sTraceLockMade = &TraceLock();
 
 void AppendLine(const char* apMessage) {

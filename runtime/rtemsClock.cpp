@@ -18,7 +18,7 @@ rtems_status_code rtems_task_wake_after(rtems_interval aTicks) {
 
 rtems_status_code rtems_task_wake_when(const rtems_time_of_day* apTimeOfDay) {
     const platform::CalendarTime lNow = platform::CalendarNow();
-    // Held far from overflow; such dates mean nothing anyway.
+    // Each field is limited to a million, which keeps the sums below from overflowing; larger dates mean nothing.
     const auto lField = [](uint32_t aValue) { return static_cast<int>(std::min<uint32_t>(aValue, 1000000)); };
     const int64_t lTarget = platform::ToCalendarSeconds({lField(apTimeOfDay->year), lField(apTimeOfDay->month),
                                                          lField(apTimeOfDay->day), lField(apTimeOfDay->hour),

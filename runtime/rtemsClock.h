@@ -15,11 +15,11 @@ struct rtems_time_of_day {
     uint32_t ticks;   // microseconds within the second
 };
 
-// What the classes take as microseconds: dropped to whole ticks, but never from something to nothing.
+// Converts a time in microseconds to ticks.  It is rounded down, but 1 to 999 microseconds become one tick.
 rtems_interval MicrosecondsToTicks(uint32_t aMicroseconds);
 
-// The calling thread sleeps; 0 ticks give up the rest of its time slice.  Always RTEMS_SUCCESSFUL.
+// The calling thread sleeps for aTicks; with 0 it gives up the rest of its time slice.  Always RTEMS_SUCCESSFUL.
 rtems_status_code rtems_task_wake_after(rtems_interval aTicks);
 
-// The calling thread sleeps until the time of day; not at all when that has passed.  Always RTEMS_SUCCESSFUL.
+// The calling thread sleeps until the time of day, or not at all if that has passed.  Always RTEMS_SUCCESSFUL.
 rtems_status_code rtems_task_wake_when(const rtems_time_of_day* apTimeOfDay);

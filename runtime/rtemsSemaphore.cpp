@@ -13,15 +13,15 @@
 namespace {
 
 struct SemaphoreRecord {
-    std::atomic<bool> mUsed = false;  // an id names it
+    std::atomic<bool> mUsed = false;  // a semaphore has this record
     rtems_name mName = 0;
-    platform::Semaphore mSemaphore{0, SEMAPHORE_MAX_COUNT};  // abandoned while no id names it, after the first use
+    platform::Semaphore mSemaphore{0, SEMAPHORE_MAX_COUNT};  // abandoned once its semaphore is deleted
 };
 
-// The records are used again and again and never destroyed: a thread may wait for a semaphore while it is deleted, or
-// be ended in that wait, and tasks use the table until the process is gone.
+// The records are used again and again and never destroyed.  So a semaphore may be deleted while threads wait for it,
+// a thread may be ended while it waits, and tasks may use the table until the process is gone.
 struct SemaphoreTable {
-    std::mutex mLock;  // over what creates, finds by name and deletes
+    std::mutex mLock;  // held to create, to find by name and to delete
     std::array<SemaphoreRecord, MAX_SEMAPHORES> mRecords;
 };
 

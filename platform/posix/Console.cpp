@@ -30,7 +30,7 @@ std::mutex& OutputMutex() {
     return *slpMutex;
 }
 
-// A reader that went away shall show as an error of write, not end the process.
+// Without this a reader that went away would end the process; now it is an error of write.
 void IgnoreBrokenPipe() {
     [[maybe_unused]] static const auto sFormerAction = signal(SIGPIPE, SIG_IGN);
 }
@@ -72,8 +72,8 @@ void WriteQuietly(Quiet& aQuiet, int aHandle, const char* aFormat, const std::st
 void WriteFormatted(int aHandle, const char* aFormat, va_list aArguments) {
     if (sSilenced)
         return;
-    // A reader that stalls must not make a task unstoppable, so the wait comes before the lock.  It also comes before
-    // the text is made: a thread that is ended while it waits gives no memory back.
+    // The wait comes before the lock, so that a reader that stalls does not make a task unstoppable, and before the
+    // text is made, since a thread that is ended while it waits gives no memory back.
     Quiet* const lpQuiet = sQuiet;
     if (lpQuiet == nullptr)
         posix::WaitWritable(aHandle, posix::NO_WAIT_LIMIT);
@@ -95,8 +95,8 @@ void WriteFormatted(int aHandle, const char* aFormat, va_list aArguments) {
         WriteOut(aHandle, lpText, lSize);
 }
 
-// The terminal's state is shared by the thread that asks for keys and by signal handlers on any thread.  The holder has
-// all signals blocked, so that a handler never waits for the thread that it interrupted.
+// The thread that asks for keys and signal handlers on any thread share the terminal's state.  Whoever holds this lock
+// has all signals blocked: otherwise a handler could wait for the very thread that it interrupted.
 class TerminalLock {
 public:
     TerminalLock() {
@@ -119,13 +119,13 @@ private:
 };
 std::atomic_flag TerminalLock::sHeld;
 
-// Under TerminalLock, all four.
-termios sOriginal;       // what to put back, while sSwitched
-bool sSwitched = false;  // the terminal is as we made it
-bool sGuarded = false;   // the ways out are guarded
-bool sLeaving = false;   // the process exits: the terminal is left alone from now on
+// These four are used under TerminalLock only.
+termios sOriginal;       // the terminal's state before we switched it; meaningful while sSwitched
+bool sSwitched = false;  // the terminal is in the state that we gave it
+bool sGuarded = false;   // GuardWaysOut was called
+bool sLeaving = false;   // the process exits, so the terminal must not be switched again
 
-// Job control binds only a process's controlling terminal; any other may be used at any time.
+// Job control concerns only a process's controlling terminal; any other terminal may be used at any time.
 bool InForeground() {
     const pid_t lGroup = tcgetpgrp(STDIN_FILENO);
     return lGroup == getpgrp() || (lGroup == -1 && errno == ENOTTY);
@@ -144,8 +144,8 @@ void PutBackAtExit() {
     sLeaving = true;
 }
 
-// Signal handler: puts the terminal back and lets the signal do what it does by default.  The lock is kept until then,
-// so that nobody switches the terminal again meanwhile; only a stop from the keyboard returns.
+// Signal handler: puts the terminal back and lets the signal do what it does by default.  It keeps the lock until then,
+// so that nobody switches the terminal again meanwhile.  Only after a stop from the keyboard does it return.
 void PutBackAndObey(int aSignal) {
     const int lError = errno;
     {
@@ -159,7 +159,7 @@ void PutBackAndObey(int aSignal) {
         sigset_t lSignal;
         sigemptyset(&lSignal);
         sigaddset(&lSignal, aSignal);
-        pthread_sigmask(SIG_UNBLOCK, &lSignal, nullptr);  // acts here
+        pthread_sigmask(SIG_UNBLOCK, &lSignal, nullptr);  // here the raised signal ends or stops the process
         sigaction(aSignal, &lOurs, nullptr);
     }
     errno = lError;
@@ -178,8 +178,9 @@ void GuardWaysOut() {
     }
 }
 
-// Whether standard input may be read: not from a terminal in whose background the process runs.  Any other terminal is
-// made to give single keys; again after each stop, since the shell may have changed it meanwhile.
+// Whether standard input may be read.  It may not when it is a terminal in whose background the process runs.  Any
+// other terminal is switched to single keys, if need be again: the shell may have changed it while the process was
+// stopped.
 bool PrepareInput() {
     static const bool sIsTerminal = isatty(STDIN_FILENO) != 0;
     if (!sIsTerminal)
@@ -187,7 +188,7 @@ bool PrepareInput() {
     const TerminalLock lLock;
     termios lState;
     if (tcgetattr(STDIN_FILENO, &lState) != 0)
-        return true;  // it hung up: the read will tell
+        return true;  // the terminal hung up, which the read will report
     if (sLeaving || !InForeground())
         return false;
     if ((lState.c_lflag & (ICANON | ECHO)) == 0)
@@ -205,11 +206,11 @@ bool PrepareInput() {
 
 constexpr int NO_KEY = -1;
 
-// Of the one thread that asks for keys.
-int sKey = NO_KEY;  // read ahead
+// Both belong to the one thread that asks for keys.
+int sKey = NO_KEY;  // the key that was read ahead
 bool sInputEnded = false;
 
-// Reads the next key ahead, waiting at most aMilliseconds for it.  That is also how the end of a pipe is noticed.
+// Reads the next key ahead, waiting at most aMilliseconds for it.  Only such a read shows that a pipe has ended.
 void LookAhead(int aMilliseconds) {
     if (sKey != NO_KEY || sInputEnded)
         return;
@@ -280,7 +281,7 @@ bool KeyWaiting() {
 }
 
 int ReadKey() {
-    // In slices, so that a process that was moved to the background meanwhile leaves the terminal's input alone.
+    // Waits in slices, so that a process that is moved to the background stops reading the terminal.
     while (sKey == NO_KEY && !sInputEnded)
         LookAhead(100);
     return std::exchange(sKey, NO_KEY);

@@ -14,7 +14,7 @@ static_assert(FAMILY_ANY == AF_UNSPEC && FAMILY_IPV4 == AF_INET);
 static_assert(sizeof(SocketAddress::mBytes) >= sizeof(sockaddr_storage));
 
 bool LocalHostName(char* aName, size_t aSize) {
-    // A name that is cut may come without its NUL.
+    // The system may cut a name that is too long without a NUL at its end.
     return gethostname(aName, aSize) == 0 && std::memchr(aName, '\0', aSize) != nullptr;
 }
 
