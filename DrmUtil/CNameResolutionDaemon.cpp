@@ -14,7 +14,6 @@
 namespace {
 
 constexpr size_t HOST_NAME_SIZE = 201;
-constexpr uint32_t MULTICAST_PREFIX = 0xE;  // the first four bits of a group's address, 224 to 239
 
 void TakeList() {
     CNameResolutionDaemon::cListLockSemaphore->Wait(platform::Semaphore::NO_TIME_LIMIT);
@@ -194,7 +193,7 @@ bool CNameResolutionDaemon::IsDottedAddress(const char* aText) {
 }
 
 bool CNameResolutionDaemon::IsMulticastAddress(const char* aText) {
-    return IsDottedAddress(aText) && platform::ParseAddress(aText) >> 28 == MULTICAST_PREFIX;
+    return IsDottedAddress(aText) && platform::IsMulticast(platform::ParseAddress(aText));
 }
 
 bool CNameResolutionDaemon::IsLocalHostName(const char* aText) {

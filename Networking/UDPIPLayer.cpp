@@ -23,10 +23,6 @@ uint64_t MicrosecondsNow() {
     return static_cast<uint64_t>(std::chrono::duration_cast<std::chrono::microseconds>(lTime).count());
 }
 
-bool IsMulticast(uint32_t aAddress) {
-    return aAddress >> 28 == 0xE;
-}
-
 }  // namespace
 
 UDPIPLayer::UDPIPLayer()
@@ -85,16 +81,47 @@ bool UDPIPLayer::OpenAndConnect() {
 bool UDPIPLayer::ConnectOrBind() {
     const auto lPort = static_cast<uint16_t>(ciPort);
     if (cDirection == SENDING)
-        return ciSocket.Connect(cHost, lPort);
-    if (cDirection == RECEIVING && IsMulticast(cHost))
-        return ciSocket.Bind(ANY_ADDRESS, lPort) && JoinGroup();
+        return SetSenderOptions() && ciSocket.Connect(cHost, lPort);
+    if (cDirection == RECEIVING && platform::IsMulticast(cHost))
+        return BindAndJoin(lPort);
     return ciSocket.Bind(cHost, lPort);
 }
 
-bool UDPIPLayer::JoinGroup() {
+// The interface that the settings name; nothing when this host has none of that name.
+std::optional<platform::NetworkInterface> UDPIPLayer::NamedInterface() const {
+    const char* const lpName = ciSettings.mInterface.c_str();
+    const uint32_t lAddress = platform::ParseAddress(lpName);
+    if (lAddress != platform::NO_ADDRESS)
+        return platform::NetworkInterface{0, lAddress};
+    return platform::FindInterface(lpName);
+}
+
+bool UDPIPLayer::SetSenderOptions() {
+    if (ciSettings.mTimeToLive != 0 && !ciSocket.SetTimeToLive(ciSettings.mTimeToLive))
+        return false;
+    if (ciSettings.mDSCP != 0 && !ciSocket.SetDSCP(ciSettings.mDSCP))
+        return false;
+    if (ciSettings.mInterface.empty())
+        return true;
+    const auto lInterface = NamedInterface();
+    return lInterface && (!platform::IsMulticast(cHost) || ciSocket.SetMulticastInterface(*lInterface)) &&
+           (lInterface->mAddress == 0 || ciSocket.Bind(lInterface->mAddress, 0));
+}
+
+bool UDPIPLayer::BindAndJoin(uint16_t aPort) {
+    std::optional<platform::NetworkInterface> lInterface = platform::NetworkInterface();
     char lText[UDP_MAX_ADDRESS_LENGTH + 1];
-    const bool lFound = GetInterfaceAddress(cLocalInterface, lText) == 0;
-    return ciSocket.JoinGroup(cHost, {0, lFound ? platform::ParseAddress(lText) : ANY_ADDRESS});
+    if (!ciSettings.mInterface.empty())
+        lInterface = NamedInterface();
+    else if (GetInterfaceAddress(cLocalInterface, lText) == 0)
+        lInterface->mAddress = platform::ParseAddress(lText);
+    if (!lInterface)
+        return false;
+    // Only a socket that is bound to the group takes nothing but what it joined itself.
+    const bool lToGroup = ciSettings.mSharePort || !ciSettings.mSource.empty();
+    const uint32_t lSource = ciSettings.mSource.empty() ? 0 : platform::ParseAddress(ciSettings.mSource.c_str());
+    return (lToGroup ? ciSocket.BindToGroup(cHost, aPort) : ciSocket.Bind(ANY_ADDRESS, aPort)) &&
+           ciSocket.JoinGroup(cHost, *lInterface, lSource);
 }
 
 void UDPIPLayer::CloseSocket() {
@@ -159,8 +186,12 @@ uint32_t UDPIPLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTag
     if (!ciSocket.SetReceiveTimeout(*apTimeOut))
         return FailToReceive("setting Socket TimeOut failed. Error: %d", true);
     size_t lSize = 0;
-    const auto lResult = ciSocket.Receive(cpcReceivePacket->cData, cpcReceivePacket->cCapacity, &lSize);
-    Input().mTime = MicrosecondsNow();
+    platform::UdpAddress lSource;
+    const auto lResult = ciSocket.Receive(cpcReceivePacket->cData, cpcReceivePacket->cCapacity, &lSize, &lSource);
+    InputPlace& lInput = Input();
+    lInput.mTime = MicrosecondsNow();
+    lInput.mAddress = lSource.mAddress;
+    lInput.mPort = lSource.mPort;
     if (lResult == platform::UdpSocket::ReceiveResult::TIMED_OUT) {
         if (!ciSettings.mLive)
             platform::Print("Timeout at UDP level\n");

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "Networking/Outage.h"
 #include "Networking/Transport.h"
@@ -69,7 +70,9 @@ private:
     uint32_t FailToReceive(const char* apFormat, bool aTakesNoTime);
     void NoteFailure(const char* apFormat);
     bool ConnectOrBind();
-    bool JoinGroup();
+    std::optional<platform::NetworkInterface> NamedInterface() const;
+    bool SetSenderOptions();
+    bool BindAndJoin(uint16_t aPort);
 
     // What OpenSocket was asked for.
     uint32_t cDirection = 0;

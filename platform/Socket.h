@@ -20,6 +20,11 @@ uint32_t ParseAddress(const char* aText);
 // Writes the dotted form and a NUL; aText has room for 16 characters.
 void FormatAddress(uint32_t aAddress, char* aText);
 
+// Whether an address is that of a group (RFC 5771: 224.0.0.0 to 239.255.255.255).
+inline bool IsMulticast(uint32_t aAddress) {
+    return aAddress >> 28 == 0xE;
+}
+
 constexpr size_t MAX_INTERFACES = 10;
 
 // Without memory of its own, so that a thread that is ended while it holds one leaves nothing behind.
