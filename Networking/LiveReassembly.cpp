@@ -185,7 +185,7 @@ bool LiveReassembly::ContinuesCandidate() {
 void LiveReassembly::PutAside() {
     int32_t lPlace = cpCandidate->PlaceOf(cPart);
     if (lPlace < 0 || lPlace >= ReceptionWindow::SIZE) {
-        if (cpCandidate->GetHeard() > 1) {  // a stray part displaces no numbering that is about to be recognised
+        if (cpCandidate->GetDatagrams() > 1) {  // a stray part displaces no numbering that is about to be recognised
             ReportPart(StackEvent::FRAGMENT_LATE, StackEvent::PACKET_LATE);
             return;
         }

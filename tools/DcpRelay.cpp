@@ -26,7 +26,9 @@ struct Options {
     bool mFast = false;
     uint32_t mStatistics = 0;  // seconds; 0: at the end only
     bool mJson = false;
-    uint32_t mInterface = 0;
+    bool mStrict = false;
+    ReceivingOptions mReceiving;
+    SendingOptions mSending;
     std::string mFrom;
     std::string mTo;
 };
@@ -38,7 +40,8 @@ constexpr char PURPOSE[] =
 
 void AddOptions(CommandLine* apLine, Options* apOptions) {
     apLine->AddOperand("FROM", &apOptions->mFrom,
-                       "dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT,\nwhere HOST may be any or a multicast group");
+                       "dcp.file.pft:FILE:0:0, dcp.udp.pft://HOST:PORT,\nwhere HOST may be any or a multicast group, "
+                       "or\n\"pcap:FILE?port=N&host=ADDRESS\"");
     apLine->AddOperand("TO", &apOptions->mTo,
                        "dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0\n"
                        "for a recording of at most LIMIT units; without .pft\n"
@@ -51,8 +54,9 @@ void AddOptions(CommandLine* apLine, Options* apOptions) {
     apLine->AddFlag("-f,--fast", &apOptions->mFast, "units of a file as fast as TO takes them, not one\nper 400 ms");
     apLine->AddNumber("-s,--stats", &apOptions->mStatistics, 1, 86400, "statistics every so many seconds");
     apLine->AddFlag("-j,--json", &apOptions->mJson, "statistics as one JSON object a line");
-    apLine->AddNumber("-i,--interface", &apOptions->mInterface, 0, UINT32_MAX,
-                      "number of the local interface on which a multicast\ngroup is joined (0)");
+    apLine->AddFlag("--strict", &apOptions->mStrict, "exit with 1 when units were lost on the way");
+    AddReceivingOptions(apLine, &apOptions->mReceiving);
+    AddSendingOptions(apLine, &apOptions->mSending);
 }
 
 DCPAddress Parsed(const std::string& aAddress) {
@@ -85,6 +89,7 @@ public:
 private:
     enum class Pass { GO_ON, END, FAILED };
 
+    bool LostOnTheWay() const;
     Pass Take();
     Pass Forward(MDIUnit& aUnit);
     void Number(MDIUnit& aUnit);
@@ -119,9 +124,9 @@ int Relay::Open() {
         return cLine.Fail(STATUS_USAGE, "FROM and TO are the same file");
     }
     std::string lError;
-    int lStatus = cSource.Open(cOptions.mFrom, cOptions.mProtocol, cOptions.mInterface, &lError);
+    int lStatus = cSource.Open(cOptions.mFrom, cOptions.mProtocol, cOptions.mReceiving, &lError);
     if (lStatus == STATUS_DONE) {
-        lStatus = cSink.Open(cOptions.mTo, cOptions.mProtocol, &lError);
+        lStatus = cSink.Open(cOptions.mTo, cOptions.mProtocol, cOptions.mSending, &lError);
     }
     return lStatus == STATUS_DONE ? lStatus : cLine.Fail(lStatus, lError);
 }
@@ -134,7 +139,7 @@ int Relay::Run() {
         Report();
     }
     cProgress.Clear();
-    PrintLine(cStatistics.Line(cOptions.mJson, true));
+    PrintLine(cStatistics.Line(cOptions.mJson, true, cSource.GetReception()));
     if (cFaults.HasLoss()) {
         Say("FROM is damaged; mdi-dump tells where");
     }
@@ -147,7 +152,19 @@ int Relay::Run() {
     if (lPass != Pass::FAILED && cStatistics.GetReceived() > 0 && cStatistics.GetSent() == 0) {
         return cLine.Fail(STATUS_FAILED, "no unit went out");
     }
+    if (!cSource.GetCaptureDamage().empty()) {
+        return cLine.Fail(STATUS_FAILED, cSource.GetCaptureDamage());
+    }
+    if (cOptions.mStrict && LostOnTheWay()) {
+        return STATUS_FAILED;
+    }
     return lPass == Pass::FAILED || (cRefused > 0 && cSink.IsFile()) ? STATUS_FAILED : STATUS_DONE;
+}
+
+bool Relay::LostOnTheWay() const {
+    const ReceptionStatistics* const lpReception = cSource.GetReception();
+    return cStatistics.GetLost() > 0 || cFaults.HasLoss() ||
+           (lpReception != nullptr && lpReception->Get(StackEvent::PACKETS_LOST) > 0);
 }
 
 Relay::Pass Relay::Take() {
@@ -168,7 +185,7 @@ Relay::Pass Relay::Take() {
     if (cOptions.mProtocol == Protocol::MDI) {
         Number(lUnit);
     }
-    if (cSource.IsFile() && !cOptions.mFast) {
+    if (cSource.IsRead() && !cOptions.mFast) {
         cPacer.Wait();
     }
     return Forward(lUnit);
@@ -244,7 +261,7 @@ void Relay::Report() {
     if (cStatistics.Elapsed() >= cNextLine) {
         cNextLine = cStatistics.Elapsed() + PeriodOf(cOptions);
         cProgress.Clear();
-        PrintLine(cStatistics.Line(cOptions.mJson, false));
+        PrintLine(cStatistics.Line(cOptions.mJson, false, cSource.GetReception()));
     }
     if (cProgress.IsDue()) {
         cProgress.Show(cStatistics.Short());

@@ -153,17 +153,18 @@ void DumpReport::PrintJson(const UnitFacts& aFacts, const Arrival& aArrival) con
     PrintLine(JsonLine(lLine));
 }
 
-void DumpReport::Summary(const UnitCheck& aCheck, bool aVerdict) {
+void DumpReport::Summary(const UnitCheck& aCheck, bool aVerdict, const ReceptionStatistics* apReception) {
     cProgress.Clear();
     if (aVerdict && cUnits == 0) {
         Other({{FAULT_NO_UNIT, ""}});
     } else if (aVerdict && !aCheck.AtBoundary()) {
         Other({{FAULT_PARTIAL_END, "the player leaves out units when it begins anew"}});
     }
-    cForm.mJson ? PrintJsonSummary(aCheck, aVerdict) : PrintTextSummary(aCheck, aVerdict);
+    cForm.mJson ? PrintJsonSummary(aCheck, aVerdict, apReception) : PrintTextSummary(aCheck, aVerdict, apReception);
 }
 
-void DumpReport::PrintTextSummary(const UnitCheck& aCheck, bool aVerdict) const {
+void DumpReport::PrintTextSummary(const UnitCheck& aCheck, bool aVerdict,
+                                  const ReceptionStatistics* apReception) const {
     const DlfcWatch& lCounters = aCheck.GetCounters();
     PrintLine("\n" + Count(cUnits, "unit") + ", " + std::to_string(lCounters.GetLost()) + " lost, " +
               std::to_string(lCounters.GetBack()) + " out of order, " + Count(cBytes, "byte"));
@@ -171,6 +172,9 @@ void DumpReport::PrintTextSummary(const UnitCheck& aCheck, bool aVerdict) const 
         PrintLine("intervals: median " + std::to_string(cIntervals.Percentile(50)) + " ms, 99 % within " +
                   std::to_string(cIntervals.Percentile(99)) + " ms, longest " +
                   std::to_string(cIntervals.GetMaximum()) + " ms");
+    }
+    if (apReception != nullptr && !apReception->GetText().empty()) {
+        PrintLine("reception: " + apReception->GetText());
     }
     if (!aCheck.GetMode().empty()) {
         PrintLine("DRM mode: " + aCheck.GetMode());
@@ -184,7 +188,8 @@ void DumpReport::PrintTextSummary(const UnitCheck& aCheck, bool aVerdict) const 
     }
 }
 
-void DumpReport::PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict) const {
+void DumpReport::PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict,
+                                  const ReceptionStatistics* apReception) const {
     const DlfcWatch& lCounters = aCheck.GetCounters();
     Json lSummary = {{"type", "summary"},
                      {"units", cUnits},
@@ -194,6 +199,9 @@ void DumpReport::PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict) const 
     if (cForm.mTimes) {
         lSummary["interval_ms"] = {
             {"p50", cIntervals.Percentile(50)}, {"p99", cIntervals.Percentile(99)}, {"max", cIntervals.GetMaximum()}};
+    }
+    if (apReception != nullptr) {
+        lSummary["reception"] = JsonOf(*apReception);
     }
     lSummary["drm_mode"] = aCheck.GetMode();
     Json& lFaults = lSummary["faults"] = Json::object();

@@ -6,6 +6,7 @@
 #include "tools/Fault.h"
 #include "tools/IntervalHistogram.h"
 #include "tools/Progress.h"
+#include "tools/ReceptionStatistics.h"
 #include "tools/UnitCheck.h"
 
 // What mdi-dump writes: a line for each unit and each loss, and the summary; as text or as one JSON object a line.
@@ -23,7 +24,8 @@ public:
     // Writes findings that belong to no unit, if there are any.
     void Other(const Findings& aFindings);
     // With aVerdict, for a recording that was read to its end, the summary says whether it is sound.
-    void Summary(const UnitCheck& aCheck, bool aVerdict);
+    // apReception, which may be null, tells how a network was received.
+    void Summary(const UnitCheck& aCheck, bool aVerdict, const ReceptionStatistics* apReception);
 
     uint64_t GetUnits() const { return cUnits; }
     bool IsSound() const { return !cFaults.HasLoss(); }
@@ -34,8 +36,8 @@ private:
     Arrival NoteArrival();
     void PrintJson(const UnitFacts& aFacts, const Arrival& aArrival) const;
     void PrintText(const UnitFacts& aFacts, const Arrival& aArrival) const;
-    void PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict) const;
-    void PrintTextSummary(const UnitCheck& aCheck, bool aVerdict) const;
+    void PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict, const ReceptionStatistics* apReception) const;
+    void PrintTextSummary(const UnitCheck& aCheck, bool aVerdict, const ReceptionStatistics* apReception) const;
     void ShowProgress();
 
     const Form cForm;

@@ -35,15 +35,8 @@ std::string WhyNoDestination(const DCPAddress& aParts, uint32_t aDirection) {
 
 std::string WhyNotRead(const std::string& aPath, const std::string& aSystemError) {
     std::error_code lError;
-    const auto lSize = std::filesystem::file_size(aPath, lError);
-    if (lError) {
-        return aPath + " cannot be read: " + lError.message();
-    }
-    if (lSize > FILE_MAX_SIZE) {
-        return aPath + " has " + std::to_string(lSize) + " bytes; a recording has " + std::to_string(FILE_MAX_SIZE) +
-               " at most, and the player refuses this one";
-    }
-    return aPath + " cannot be read" + aSystemError;
+    static_cast<void>(std::filesystem::file_size(aPath, lError));
+    return aPath + " cannot be read" + (lError ? ": " + lError.message() : aSystemError);
 }
 
 // Refuses what the layers would open and then use in another way than it was meant, or read without end.
@@ -74,6 +67,8 @@ int Check(const DCPAddress& aParts, const std::string& aAddress, uint32_t aDirec
     return STATUS_DONE;
 }
 
+}  // namespace
+
 uint32_t Enable(ToolEndpoint& aEndpoint, Protocol aProtocol) {
     switch (aProtocol) {
         case Protocol::MCI:
@@ -85,8 +80,6 @@ uint32_t Enable(ToolEndpoint& aEndpoint, Protocol aProtocol) {
     }
     return aEndpoint.EnableMDI();
 }
-
-}  // namespace
 
 int OpenEndpoint(ToolEndpoint& aEndpoint, const std::string& aAddress, Protocol aProtocol, uint32_t aLocalInterface,
                  std::string* apError) {

@@ -30,3 +30,6 @@ public:
 // one line in *apError.
 int OpenEndpoint(ToolEndpoint& aEndpoint, const std::string& aAddress, Protocol aProtocol, uint32_t aLocalInterface,
                  std::string* apError);
+
+// Enables the protocol on an open endpoint; the endpoint's result.
+uint32_t Enable(ToolEndpoint& aEndpoint, Protocol aProtocol);

@@ -25,3 +25,11 @@ std::string JsonText(std::string_view aBytes) {
 double JsonDecimal(double aValue, int aDigits) {
     return std::strtod(Decimal(aValue, aDigits).c_str(), nullptr);
 }
+
+nlohmann::ordered_json JsonOf(const ReceptionStatistics& aReception) {
+    nlohmann::ordered_json lObject = nlohmann::ordered_json::object();
+    for (const auto& [lName, lCount] : aReception.GetCounts()) {
+        lObject[lName] = lCount;
+    }
+    return lObject;
+}

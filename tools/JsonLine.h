@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "tools/ReceptionStatistics.h"
+
 // A JSON value in one line of ASCII, whatever bytes its texts hold.
 std::string JsonLine(const nlohmann::ordered_json& aValue);
 
@@ -14,6 +16,9 @@ std::string JsonText(std::string_view aBytes);
 
 // The number that Decimal writes.
 double JsonDecimal(double aValue, int aDigits);
+
+// An object of all counts.
+nlohmann::ordered_json JsonOf(const ReceptionStatistics& aReception);
 
 // The value, or null when there is none.
 template <typename Value>

@@ -14,7 +14,7 @@ namespace {
 struct Options {
     DumpReport::Form mForm;
     uint32_t mUnits = UINT32_MAX;
-    uint32_t mInterface = 0;
+    ReceivingOptions mReceiving;
     std::string mAddress;
 };
 
@@ -26,12 +26,12 @@ constexpr char PURPOSE[] =
 
 void AddOptions(CommandLine* apLine, Options* apOptions) {
     apLine->AddOperand("ADDRESS", &apOptions->mAddress,
-                       "dcp.file.pft:FILE:0:0 or dcp.udp.pft://HOST:PORT,\nwhere HOST may be any or a multicast group");
+                       "dcp.file.pft:FILE:0:0, dcp.udp.pft://HOST:PORT,\nwhere HOST may be any or a multicast group, "
+                       "or\n\"pcap:FILE?port=N&host=ADDRESS\"");
     apLine->AddFlag("-v,--verbose", &apOptions->mForm.mVerbose, "all TAG items of each unit: name, bits, first bytes");
     apLine->AddFlag("-j,--json", &apOptions->mForm.mJson, "one JSON object a line, the last one the summary");
     apLine->AddNumber("-n,--units", &apOptions->mUnits, 1, UINT32_MAX, "end after so many units");
-    apLine->AddNumber("-i,--interface", &apOptions->mInterface, 0, UINT32_MAX,
-                      "number of the local interface on which a multicast\ngroup is joined (0)");
+    AddReceivingOptions(apLine, &apOptions->mReceiving);
 }
 
 void Dump(UnitSource& aSource, uint32_t aUnits, UnitCheck* apCheck, DumpReport* apReport) {
@@ -60,21 +60,27 @@ int main(int argc, char** argv) {
     }
     UnitSource lSource;
     std::string lError;
-    if (const int lStatus = lSource.Open(lOptions.mAddress, Protocol::MDI, lOptions.mInterface, &lError);
+    if (const int lStatus = lSource.Open(lOptions.mAddress, Protocol::MDI, lOptions.mReceiving, &lError);
         lStatus != STATUS_DONE) {
         return lLine.Fail(lStatus, lError);
     }
-    lOptions.mForm.mTimes = !lSource.IsFile();
+    lOptions.mForm.mTimes = !lSource.IsFile() && !CaptureAddress::Is(lOptions.mAddress);
     DumpReport lReport(lOptions.mForm);
     UnitCheck lCheck(lSource.IsFile());
     lSource.Start();
     Dump(lSource, lOptions.mUnits, &lCheck, &lReport);
-    lReport.Summary(lCheck, lSource.AtEnd());
+    lReport.Summary(lCheck, lSource.IsFile() && lSource.AtEnd(), lSource.GetReception());
     if (OutputError() == EPIPE) {
         return STATUS_FAILED;  // without a message, as other tools whose reader ends before them
     }
     if (OutputError() != 0) {
         return lLine.Fail(STATUS_FAILED, "standard output cannot be written: " + SystemText(OutputError()));
+    }
+    if (!lSource.GetCaptureCounts().empty()) {
+        lLine.Say(lSource.GetCaptureCounts());
+    }
+    if (!lSource.GetCaptureDamage().empty()) {
+        return lLine.Fail(STATUS_FAILED, lSource.GetCaptureDamage());
     }
     return lSource.IsFile() && !lReport.IsSound() ? STATUS_FAILED : STATUS_DONE;
 }

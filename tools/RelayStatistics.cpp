@@ -27,23 +27,28 @@ uint64_t RelayStatistics::Elapsed() {
     return cMilliseconds;
 }
 
-std::string RelayStatistics::Line(bool aJson, bool aFinal) {
+std::string RelayStatistics::Line(bool aJson, bool aFinal, const ReceptionStatistics* apReception) {
     const uint64_t lNow = Elapsed();
     const double lRate = aFinal ? Rate(cBytes, lNow) : Rate(cBytes - cBytesBefore, lNow - cTimeBefore);
     cBytesBefore = cBytes;
     cTimeBefore = lNow;
     const double lSeconds = static_cast<double>(lNow) / 1000;
     if (!aJson) {
+        const std::string lReception = apReception != nullptr ? apReception->GetText() : "";
         return Decimal(lSeconds, 1) + " s: " + Short() + ", " + Count(cBytes, "byte") + ", " + Decimal(lRate, 1) +
-               " kbit/s";
+               " kbit/s" + (lReception.empty() ? "" : "\n    reception: " + lReception);
     }
-    return JsonLine({{"type", aFinal ? "summary" : "statistics"},
-                     {"seconds", JsonDecimal(lSeconds, 1)},
-                     {"received", cReceived},
-                     {"sent", cSent},
-                     {"lost", cLost},
-                     {"bytes", cBytes},
-                     {"kbit_per_s", JsonDecimal(lRate, 1)}});
+    nlohmann::ordered_json lLine = {{"type", aFinal ? "summary" : "statistics"},
+                                    {"seconds", JsonDecimal(lSeconds, 1)},
+                                    {"received", cReceived},
+                                    {"sent", cSent},
+                                    {"lost", cLost},
+                                    {"bytes", cBytes},
+                                    {"kbit_per_s", JsonDecimal(lRate, 1)}};
+    if (apReception != nullptr) {
+        lLine["reception"] = JsonOf(*apReception);
+    }
+    return JsonLine(lLine);
 }
 
 std::string RelayStatistics::Short() const {

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "tools/ReceptionStatistics.h"
+
 // Counts what a relay has done since its start, and how fast it has been since the last line of statistics.
 class RelayStatistics {
 public:
@@ -14,12 +16,13 @@ public:
 
     uint64_t GetReceived() const { return cReceived; }
     uint64_t GetSent() const { return cSent; }
+    uint64_t GetLost() const { return cLost; }
 
     // Milliseconds since the start.  To be called at least once in 49 days, because the tick count wraps then.
     uint64_t Elapsed();
 
     // A line of text or of JSON.  Its rate is that since the previous Line, or since the start with aFinal.
-    std::string Line(bool aJson, bool aFinal);
+    std::string Line(bool aJson, bool aFinal, const ReceptionStatistics* apReception);
     std::string Short() const;  // the numbers of units, for the line of progress
 
 private:

@@ -5,13 +5,17 @@
 
 #include "tools/CommandLine.h"
 
-int UnitSink::Open(const std::string& aAddress, Protocol aProtocol, std::string* apError) {
+int UnitSink::Open(const std::string& aAddress, Protocol aProtocol, const SendingOptions& aOptions,
+                   std::string* apError) {
     DCPAddress lParts;
     if (lParts.Parse(aAddress.c_str()) == 0 && lParts.mTransport == TRANSPORT_FILE && lParts.mNumber == 0) {
         *apError = aAddress + ": the first number is the limit of the recording in units, for example 9999";
         return STATUS_USAGE;
     }
-    return OpenEndpoint(cEndpoint, aAddress, aProtocol, 0, apError);
+    const int lStatus = ApplyOptions(aOptions, cEndpoint, apError);
+    return lStatus == STATUS_DONE
+               ? OpenEndpoint(cEndpoint, WithProtection(aAddress, aOptions.mProtection), aProtocol, 0, apError)
+               : lStatus;
 }
 
 UnitSink::Result UnitSink::Send(Packet* apUnit) {

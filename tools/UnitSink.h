@@ -4,6 +4,7 @@
 #include <string>
 
 #include "tools/Endpoint.h"
+#include "tools/NetworkOptions.h"
 
 // Where a tool sends units of one protocol to, on the calling thread: no queue loses one, and each result is known at
 // once.  What was recorded is on the disk when the object is gone.
@@ -12,7 +13,7 @@ public:
     enum class Result { SENT, LOST, FULL, FAILED };
 
     // A reason goes to *apError, as in OpenEndpoint.
-    int Open(const std::string& aAddress, Protocol aProtocol, std::string* apError);
+    int Open(const std::string& aAddress, Protocol aProtocol, const SendingOptions& aOptions, std::string* apError);
 
     // Sends a TAG packet; its fragments are spread over 200 ms.  LOST: this one could not go out, the next one may.
     // FULL: the recording is at its limit, and the packet not in it.  FAILED: the recording cannot be written.

@@ -1,7 +1,11 @@
 #include "tools/UnitSource.h"
 
+#include <memory>
+#include <utility>
+
 #include "platform/Interrupt.h"
 #include "tools/CommandLine.h"
+#include "tools/StatusText.h"
 
 namespace {
 
@@ -10,18 +14,51 @@ constexpr uint32_t TAG_INDEX = 0;  // of the only protocol
 
 }  // namespace
 
-int UnitSource::Open(const std::string& aAddress, Protocol aProtocol, uint32_t aLocalInterface, std::string* apError) {
+int UnitSource::Open(const std::string& aAddress, Protocol aProtocol, const ReceivingOptions& aOptions,
+                     std::string* apError) {
+    if (CaptureAddress::Is(aAddress)) {
+        return OpenCapture(aAddress, aProtocol, apError);
+    }
     DCPAddress lParts;
-    if (lParts.Parse(aAddress.c_str()) == 0 && lParts.mTransport == TRANSPORT_FILE)
-        cEndpoint.ciObserver = &cObserver;
-    cEndpoint.ciSettings.mOnePass = true;
-    return OpenEndpoint(cEndpoint, aAddress, aProtocol, aLocalInterface, apError);
+    const bool lIsFile = lParts.Parse(aAddress.c_str()) == 0 && lParts.mTransport == TRANSPORT_FILE;
+    if (lIsFile) {
+        cEndpoint.ciObserver = &cRecords;
+        cEndpoint.ciSettings.mOnePass = true;
+        cEndpoint.ciSettings.mFileSizeLimit = UINT64_MAX;
+    } else {
+        cEndpoint.ciObserver = &cReception;
+        cEndpoint.ciSettings.mLive = true;
+    }
+    uint32_t lLocalInterface = 0;
+    const int lStatus = ApplyOptions(aOptions, aAddress, cEndpoint, &lLocalInterface, apError);
+    return lStatus == STATUS_DONE ? OpenEndpoint(cEndpoint, aAddress, aProtocol, lLocalInterface, apError) : lStatus;
+}
+
+int UnitSource::OpenCapture(const std::string& aAddress, Protocol aProtocol, std::string* apError) {
+    auto lCapture = std::make_unique<CaptureTransport>();
+    if (const int lStatus = lCapture->Open(aAddress, apError); lStatus != STATUS_DONE) {
+        return lStatus;
+    }
+    cpCapture = lCapture.get();
+    cEndpoint.ciObserver = &cReception;
+    cEndpoint.ciSettings.mLive = true;
+    DCPAddress lParts;
+    lParts.mPFT = true;
+    if (cEndpoint.Open(std::move(lCapture), lParts) == 1 && Enable(cEndpoint, aProtocol) == 1) {
+        return STATUS_DONE;
+    }
+    *apError = aAddress + ": " + StatusText(cEndpoint.GetError());
+    return STATUS_FAILED;
 }
 
 void UnitSource::Start() {
-    if (!IsFile()) {
+    if (!IsRead()) {
         cEndpoint.Start();
     }
+}
+
+std::string UnitSource::GetCaptureCounts() const {
+    return cpCapture != nullptr ? CountsText(cpCapture->GetSource().GetCounts()) : "";
 }
 
 UnitSource::Result UnitSource::Receive(Packet* apOut) {
@@ -29,8 +66,8 @@ UnitSource::Result UnitSource::Receive(Packet* apOut) {
     if (MustEnd()) {
         return Result::END;
     }
-    if (IsFile()) {
-        return ReceiveFromFile(apOut);
+    if (IsRead()) {
+        return Pull(apOut);
     }
     uint32_t lTimeOut = WAIT;
     return cEndpoint.Receive(apOut, &lTimeOut, TAG_INDEX) == 1 ? Result::UNIT : Result::NOTHING;
@@ -43,7 +80,7 @@ bool UnitSource::MustEnd() {
     }
     if (!cDraining) {
         cDraining = true;
-        cLeft = IsFile() ? 0 : cEndpoint.GetQueueCount(TAG_INDEX);
+        cLeft = IsRead() ? 0 : cEndpoint.GetQueueCount(TAG_INDEX);
     }
     if (cLeft == 0) {
         return true;
@@ -52,11 +89,11 @@ bool UnitSource::MustEnd() {
     return false;
 }
 
-UnitSource::Result UnitSource::ReceiveFromFile(Packet* apOut) {
+UnitSource::Result UnitSource::Pull(Packet* apOut) {
     uint32_t lTimeOut = 0;
     const TAGPacket* lpUnit = nullptr;
     const uint32_t lResult = cEndpoint.PullUnit(&lTimeOut, &lpUnit);
-    cFindings = cObserver.Take();
+    cFindings = cRecords.Take();
     if (lResult == 1) {
         apOut->Share(lpUnit);
         return Result::UNIT;
