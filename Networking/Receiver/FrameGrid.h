@@ -11,11 +11,13 @@ public:
     // When the next unit is due; 0, which is past, for the first one.
     uint64_t NextDue() const { return cStarted ? cDue + FRAME : 0; }
 
-    // Gives the next place on the grid to a unit that goes out at aNow.
-    void TakePlace(uint64_t aNow) {
+    // Gives the next place on the grid to a unit that goes out at aNow.  Whether it keeps to the grid that there is.
+    bool TakePlace(uint64_t aNow) {
         const uint64_t lDue = NextDue();
-        cDue = cStarted && aNow <= lDue + FRAME ? lDue : aNow;
+        const bool lKept = cStarted && aNow <= lDue + FRAME;
+        cDue = lKept ? lDue : aNow;
         cStarted = true;
+        return lKept;
     }
 
 private:

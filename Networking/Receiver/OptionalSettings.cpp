@@ -5,6 +5,7 @@
 #include <system_error>
 #include <vector>
 
+#include "Networking/Receiver/MetricsWriter.h"
 #include "platform/Console.h"
 #include "platform/Socket.h"
 
@@ -37,6 +38,11 @@ bool TakeInterface(const std::string& aValue, PlayerSettings* apSettings) {
     return lAddress != platform::NO_ADDRESS && aValue == lDotted;
 }
 
+bool TakeMetricsFile(const std::string& aValue, PlayerSettings* apSettings) {
+    apSettings->mMetricsFile = aValue;
+    return MetricsWriter::CanWrite(aValue);
+}
+
 constexpr char RELATIVE[] = "relative";
 constexpr char ABSOLUTE[] = "absolute";
 constexpr char END[] = "end";
@@ -61,6 +67,7 @@ constexpr Rule RULES[] = {
     {"DrmOutputInterface", SYSTEM_DEFAULT, "the name or the IPv4 address of an interface", TakeInterface},
     {"DrmOutputTTL", SYSTEM_DEFAULT, "1 to 255", TakeNumber<&PlayerSettings::mTimeToLive, 1, 255>},
     {"DrmOutputDSCP", "0", "0 to 63", TakeNumber<&PlayerSettings::mDSCP, 0, 63>},
+    {"MetricsFile", "(none)", "the path of a file that can be written", TakeMetricsFile},
     {"InputFileSizeLimit", "524288", "524288 to 1099511627776",
      TakeNumber<&PlayerSettings::mFileSizeLimit, FILE_MAX_SIZE, uint64_t{1} << 40>},
 };

@@ -2,6 +2,7 @@
 
 #include "DrmUtil/CNameResolutionDaemon.h"
 #include "Networking/Receiver/PlayerEndpoints.h"
+#include "Networking/Receiver/PlayerReports.h"
 #include "Networking/Receiver/PlayerSettings.h"
 #include "Networking/Receiver/PlayingLoop.h"
 #include "platform/Console.h"
@@ -20,6 +21,15 @@ void ApplyToProcess(const PlayerSettings& aSettings) {
         CNameResolutionDaemon::cReturnWait = RETURN_WAIT;
 }
 
+void Play(const PlayerSettings& aSettings, PlayerReports& aReports) {
+    // The endpoints are never deleted: their tasks use them until the process is gone.
+    static PlayerEndpoints slEndpoints;
+    if (!StartEndpoints(aSettings, aReports.GetObserver(), &slEndpoints))
+        return;
+    platform::Print("\nStarting DRM player application. PRESS 'q' to quit.\n");
+    PlayingLoop(aSettings, *slEndpoints.mReceiver, *slEndpoints.mSender, aReports.GetMetrics()).Run();
+}
+
 }  // namespace
 
 void RunPlayer() {
@@ -36,10 +46,8 @@ void RunPlayer() {
         platform::Print("WSAStartup KO");
         return;
     }
-    // The endpoints are never deleted: their tasks use them until the process is gone.
-    static PlayerEndpoints slEndpoints;
-    if (!StartEndpoints(lSettings, &slEndpoints))
-        return;
-    platform::Print("\nStarting DRM player application. PRESS 'q' to quit.\n");
-    PlayingLoop(lSettings, *slEndpoints.mReceiver, *slEndpoints.mSender).Run();
+    static PlayerReports& slReports = *new PlayerReports(lSettings);  // never deleted either
+    slReports.Start();
+    Play(lSettings, slReports);
+    slReports.Finish();
 }

@@ -51,11 +51,13 @@ bool StartEndpoint(DRMNetworkInterface& aEndpoint, const char* aRole) {
 
 }  // namespace
 
-bool StartEndpoints(const PlayerSettings& aSettings, PlayerEndpoints* apEndpoints) {
+bool StartEndpoints(const PlayerSettings& aSettings, StackObserver& aObserver, PlayerEndpoints* apEndpoints) {
     apEndpoints->mReceiver = new DRMNetworkInterface(RECEIVING, MAX_NETWORK_DELAY);
+    apEndpoints->mReceiver->ciObserver = &aObserver;
     if (!OpenReceiver(aSettings, *apEndpoints->mReceiver))
         return false;
     apEndpoints->mSender = new DRMNetworkInterface(SENDING, 0);
+    apEndpoints->mSender->ciObserver = &aObserver;
     if (!OpenSender(aSettings, *apEndpoints->mSender))
         return false;
     return StartEndpoint(*apEndpoints->mReceiver, "receiver") && StartEndpoint(*apEndpoints->mSender, "sender");

@@ -10,4 +10,4 @@ struct PlayerEndpoints {
 
 // Makes, opens, enables and starts both endpoints, which are never deleted.  False after a failure, reported on the
 // console; apEndpoints then holds those that were made.
-bool StartEndpoints(const PlayerSettings& aSettings, PlayerEndpoints* apEndpoints);
+bool StartEndpoints(const PlayerSettings& aSettings, StackObserver& aObserver, PlayerEndpoints* apEndpoints);

@@ -24,6 +24,7 @@ struct PlayerSettings {
     std::string mInterface;                   // name or IPv4 address; empty: the system's choice
     uint32_t mTimeToLive = 0;                 // 1 to 255; 0: the system's
     uint32_t mDSCP = 0;                       // 0 to 63
+    std::string mMetricsFile;                 // a path that can be written; empty: no metrics
     uint64_t mFileSizeLimit = FILE_MAX_SIZE;  // bytes
 };
 

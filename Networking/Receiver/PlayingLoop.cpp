@@ -1,16 +1,20 @@
 #include "Networking/Receiver/PlayingLoop.h"
 
+#include <chrono>
 #include <cstdlib>
 
 #include "Networking/FrameTime.h"
 #include "Networking/Receiver/ModeReport.h"
 #include "platform/Clock.h"
 #include "platform/Console.h"
+#include "platform/Interrupt.h"
 
 namespace {
 
 // A recording without any unit that fits the order would keep this loop and the receiver's task spinning.
 constexpr uint32_t DROPPED_BEFORE_PAUSE = 256;
+
+constexpr uint64_t TICK = 1'000'000;  // nanoseconds
 
 bool QuitKeyPressed() {
     return platform::KeyWaiting() && platform::ReadKey() == 'q';
@@ -19,7 +23,7 @@ bool QuitKeyPressed() {
 }  // namespace
 
 void PlayingLoop::Run() {
-    while (!QuitKeyPressed() && PlayUnit() == Pass::GO_ON) {
+    while (!platform::Interrupted() && !QuitKeyPressed() && PlayUnit() == Pass::GO_ON) {
     }
 }
 
@@ -51,6 +55,7 @@ PlayingLoop::Pass PlayingLoop::PlayUnit() {
 }
 
 void PlayingLoop::DropOutOfOrder() {
+    cMetrics.UnitDropped(DropReason::ORDER);
     if (++cDropped % DROPPED_BEFORE_PAUSE == 0)
         platform::Sleep(DRM_FRAME_TIME);
 }
@@ -59,7 +64,7 @@ PlayingLoop::Pass PlayingLoop::Forward(MDIUnit& aUnit, const FacFields& aFac) {
     if (cFrameCounter == 0)
         ReportMode(aUnit, aFac);
     AwaitTurn();
-    cSender.Send(&aUnit);
+    HandOver(aUnit);
     if (HandleSenderCode(cSender.GetError()) == Pass::END)
         return Pass::END;
     platform::PrintProgress("\t\t*** %c ***\r", "|/-\\"[cFrameCounter % 4]);
@@ -72,17 +77,34 @@ PlayingLoop::Pass PlayingLoop::Forward(MDIUnit& aUnit, const FacFields& aFac) {
 // By the absolute pace a unit is made ready before the wait, so that the time that this takes does not count.
 void PlayingLoop::AwaitTurn() {
     if (cSettings.mAbsolutePacing) {
-        platform::SleepUntil(cGrid.NextDue());
-        cGrid.TakePlace(platform::MonotonicTime());
+        cDue = cGrid.NextDue();
+        platform::SleepUntil(cDue);
+        if (!cGrid.TakePlace(platform::MonotonicTime()) && cDue != 0)
+            cMetrics.NewGrid();
     } else if (cFrameCounter == 0) {
         // Later units go out at the beginning of a tick: so does this one, or the first interval would be too short.
         platform::Sleep(1);
     }
 }
 
+void PlayingLoop::HandOver(MDIUnit& aUnit) {
+    if (cDue != 0)
+        cMetrics.PacingDeviation(std::chrono::nanoseconds(platform::MonotonicTime() - cDue));
+    const uint32_t lWaiting = cSender.ciSendQueue->GetCount();
+    cSender.Send(&aUnit);
+    cMetrics.UnitHanded();
+    if (lWaiting >= DCP_FIFO_CAPACITY)
+        cMetrics.UnitDropped(DropReason::SEND_QUEUE);
+    cMetrics.QueueLength(PlayerQueue::SEND, lWaiting);
+    cMetrics.QueueLength(PlayerQueue::RECEIVE, cReceiver.GetQueueCount(cReceiver.ciMDIIndex));
+}
+
 void PlayingLoop::AwaitNextPass() {
-    if (!cSettings.mAbsolutePacing)
-        platform::Sleep(cPacer.NextWait(platform::TickCount()));
+    if (cSettings.mAbsolutePacing)
+        return;
+    const uint32_t lWait = cPacer.NextWait(platform::TickCount());
+    cDue = (platform::MonotonicTime() / TICK + lWait) * TICK;
+    platform::Sleep(lWait);
 }
 
 void PlayingLoop::ReportMode(const MDIUnit& aUnit, const FacFields& aFac) {

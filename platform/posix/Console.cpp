@@ -15,6 +15,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/Interrupt.h"
 #include "platform/Lock.h"
 #include "platform/RepeatedTexts.h"
 #include "platform/posix/QuietOutput.h"
@@ -282,7 +283,7 @@ bool KeyWaiting() {
 
 int ReadKey() {
     // Waits in slices, so that a process that is moved to the background stops reading the terminal.
-    while (sKey == NO_KEY && !sInputEnded)
+    while (sKey == NO_KEY && !sInputEnded && !Interrupted())
         LookAhead(100);
     return std::exchange(sKey, NO_KEY);
 }

@@ -8,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <fstream>
@@ -18,6 +19,7 @@
 #include "Networking/RecordFormat.h"
 #include "platform/Clock.h"
 #include "tests/system/PlayerFixture.h"
+#include "tests/unit/NotifySocket.h"
 #include "tests/unit/TestSupport.h"
 
 namespace {
@@ -175,6 +177,31 @@ TEST_F(PlayerSystemTest, AUselessRecordingLeavesTheMachineIdle) {
         const std::string lLines = ReadFile("console") + ReadFile("ERR_SYS.tra");
         EXPECT_LT(std::count(lLines.begin(), lLines.end(), '\n'), 6 + 20);
     }
+}
+
+TEST_F(PlayerSystemTest, TellsItsSupervisorsOfItsWork) {
+    NotifySocket lManager("@tessavox-" + std::to_string(getpid()));
+    MakeRecording("--frames 9");
+    ConfigureToPlay("rec.mdi");
+    std::ofstream("VESTRAL Tessavox.ini", std::ios::app) << "\nMetricsFile=metrics\n";
+    Listen();
+    Player lPlayer;
+    EXPECT_TRUE(Eventually([] { return std::filesystem::exists("metrics"); }));
+    EXPECT_TRUE(Eventually([&] { return lManager.Next() == "READY=1"; }));
+    for (int64_t lCounter = 0; lCounter < 4; ++lCounter)
+        EXPECT_EQ(lCounter, NextCounter());
+    lPlayer.Signal(SIGTERM);
+    EXPECT_EQ(0, lPlayer.ExitCode());
+    EXPECT_TRUE(Eventually([&] { return lManager.Next() == "STOPPING=1"; }));
+    int64_t lUnits = 4;
+    for (cListener.SetReceiveTimeout(1); NextCounter() != -1;)
+        ++lUnits;
+    const std::string lMetrics = ReadFile("metrics");
+    const auto lTells = [&](const std::string& aName, int64_t aValue) {
+        return lMetrics.find("\ntessavox_" + aName + "{output=\"127.0.0.1:" + std::to_string(cPort) + "\"} " +
+                             std::to_string(aValue) + "\n") != std::string::npos;
+    };
+    EXPECT_TRUE(lTells("units_sent_total", lUnits) && lTells("pacing_deviation_seconds_count", lUnits - 1)) << lMetrics;
 }
 
 TEST_F(PlayerSystemTest, StartsAndStopsAnyNumberOfTimes) {

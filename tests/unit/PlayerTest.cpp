@@ -118,6 +118,7 @@ TEST(OptionalSettingsTest, TakesNothingByHalves) {
         {"DrmOutputInterface", lInterface, {"eth0", "10.0.0.1", ""}, {"10.0.0", "10.0.0.256", "10.0.0.1.", "1"}},
         {"DrmOutputTTL", "1 to 255", {"1", "255", ""}, {"0", "256"}},
         {"DrmOutputDSCP", "0 to 63", {"0", "63", ""}, {"64"}},
+        {"MetricsFile", "the path of a file that can be written", {""}, {"none/file"}},
         {"InputFileSizeLimit",
          "524288 to 1099511627776",
          {"524288", "1099511627776", ""},
@@ -148,7 +149,8 @@ TEST(OptionalSettingsTest, ListsWhatIsInForce) {
     EXPECT_EQ(
         "Settings: InputFileName=rec.mdi, DrmOutputAddress=10.0.0.2, DrmOutputPort=5000, Pacing=relative, "
         "SendErrors=end, ProbeTries=100, Console=quiet, DrmOutputProtection=0, DrmOutputInterface=(the system's), "
-        "DrmOutputTTL=(the system's), DrmOutputDSCP=0, InputFileSizeLimit=524288; unknown keys: Pacign, Foo\n",
+        "DrmOutputTTL=(the system's), DrmOutputDSCP=0, MetricsFile=(none), InputFileSizeLimit=524288; unknown keys: "
+        "Pacign, Foo\n",
         SettingsLine(lSection, lSettings));
 }
 
