@@ -40,8 +40,8 @@ bool IsTerminal(std::FILE* aStream);
 // KeyWaiting and ReadKey.
 bool KeyWaiting();
 
-// Waits for one key and returns it, 0 to 255.  Returns -1 when the input has ended, since no key can come then, and when
-// the program is asked to end (Interrupt.h).
+// Waits for one key and returns it, 0 to 255.  Returns -1 when the input has ended, since no key can come then, and
+// when the program is asked to end (Interrupt.h).
 int ReadKey();
 
 }  // namespace platform

@@ -32,9 +32,9 @@ BEGIN {
     Room("drmutil", "^DrmUtil/", "runtime platform")
     Room("player", "^Networking/Receiver/", "endpoint layer packet format runtime drmutil platform")
     Room("endpoint", "^Networking/(DCPInterface|DRMNetworkInterface)[.]", "layer packet format runtime platform")
-    Room("layer", "^Networking/(.*Layer|.*Reassembly|.*Fifo|Transport.*|PFTSender|StackObserver|Reception.*|Source.*|Recording.*|Live.*)[.]",
+    Room("layer", "^Networking/(.*Layer|.*Reassembly|.*Fifo|Transport.*|PFTSender|StackObserver|Outage|Reception.*|Source.*|Recording.*|Live.*)[.]",
          "packet format runtime drmutil platform")
-    Room("packet", "^Networking/(.*Packet|PacketQueue|MDIUnit|FEC.*)[.]", "format runtime")
+    Room("packet", "^Networking/(.*Packet|PacketQueue|PacketParts|MDIUnit|FEC.*|FacFields)[.]", "format runtime")
     Room("format", "^Networking/", "")
     Room("tool", "^tools/", "endpoint layer packet format platform")
     Room("test", "^(tests|bench|fuzz|docs)/",
