@@ -12,26 +12,21 @@ public:
     explicit CRCTable(uint32_t aPolynomial) {
         for (uint32_t lByte = 0; lByte < 256; ++lByte) {
             uint32_t lRegister = lByte << (WIDTH - 8);
-            for (int lBit = 0; lBit < 8; ++lBit) {
+            for (int lBit = 0; lBit < 8; ++lBit)
                 lRegister = (lRegister << 1) ^ ((lRegister >> (WIDTH - 1) & 1) != 0 ? aPolynomial : 0);
-            }
             cTables[0][lByte] = static_cast<Register>(lRegister);
         }
-        for (uint32_t lZeros = 1; lZeros < SLICES; ++lZeros) {
-            for (uint32_t lByte = 0; lByte < 256; ++lByte) {
+        for (uint32_t lZeros = 1; lZeros < SLICES; ++lZeros)
+            for (uint32_t lByte = 0; lByte < 256; ++lByte)
                 cTables[lZeros][lByte] = Step(cTables[lZeros - 1][lByte], 0);
-            }
-        }
     }
 
     // The register after aLength bytes from aRegister.
     Register Run(Register aRegister, const unsigned char* apData, int32_t aLength) const {
-        for (; aLength >= SLICES; aLength -= SLICES, apData += SLICES) {
+        for (; aLength >= SLICES; aLength -= SLICES, apData += SLICES)
             aRegister = StepSlices(aRegister, apData);
-        }
-        for (; aLength > 0; --aLength, ++apData) {
+        for (; aLength > 0; --aLength, ++apData)
             aRegister = Step(aRegister, *apData);
-        }
         return aRegister;
     }
 

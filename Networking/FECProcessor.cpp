@@ -29,10 +29,9 @@ bool FECProcessor::Correct(Packet* apcPacket, uint32_t ainFragmentsNumber, const
             lStream[lRow * ainFragmentsNumber + lFragment] = lpBytes[lRow];
     }
     std::vector<bool> lMissing(ainFragmentsNumber, false);
-    for (uint32_t lIndex = 0; lIndex < aMissingCount; ++lIndex) {
+    for (uint32_t lIndex = 0; lIndex < aMissingCount; ++lIndex)
         if (apMissing[lIndex] < ainFragmentsNumber)
             lMissing[apMissing[lIndex]] = true;
-    }
 
     bool lCorrected = true;
     unsigned char* lpOut = lStream.data();  // where the next block's data go, so that no parity is left between data
@@ -51,10 +50,9 @@ bool FECProcessor::Correct(Packet* apcPacket, uint32_t ainFragmentsNumber, const
 bool FECProcessor::CorrectBlock(unsigned char* apBlock, uint32_t aStart, const std::vector<bool>& aMissing) const {
     int32_t lErased[RS_CODEWORD_SIZE];
     int32_t lErasedCount = 0;
-    for (uint32_t lOffset = 0; lOffset < ciRSk + ciParity; ++lOffset) {
+    for (uint32_t lOffset = 0; lOffset < ciRSk + ciParity; ++lOffset)
         if (aMissing[(aStart + lOffset) % aMissing.size()])
             lErased[lErasedCount++] = static_cast<int32_t>(lOffset < ciRSk ? lOffset : lOffset + ciMaxData - ciRSk);
-    }
     unsigned char lCodeword[RS_CODEWORD_SIZE] = {};
     std::memcpy(lCodeword, apBlock, ciRSk);
     std::memcpy(lCodeword + ciMaxData, apBlock + ciRSk, ciParity);

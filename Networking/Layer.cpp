@@ -35,9 +35,8 @@ bool Layer::IsThisTagRegistered(const char* apTag) const {
 }
 
 uint32_t Layer::GetTagIndex(const char* apTag) const {
-    for (uint32_t lIndex = 0; apTag != nullptr && lIndex < ciTagCount; ++lIndex) {
+    for (uint32_t lIndex = 0; apTag != nullptr && lIndex < ciTagCount; ++lIndex)
         if (std::strcmp(ciTags[lIndex], apTag) == 0)
             return lIndex;
-    }
     return LAYER_NO_TAG_INDEX;
 }

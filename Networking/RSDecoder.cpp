@@ -99,10 +99,9 @@ private:
         for (uint32_t lStep = aErasures + 1; lStep <= cRoots; ++lStep) {
             const uint8_t lDiscrepancy = Discrepancy(lStep - 1);
             const Polynomial lBefore = cLocator;
-            if (lDiscrepancy != 0) {
+            if (lDiscrepancy != 0)
                 for (uint32_t lTerm = 1; lTerm <= cRoots; ++lTerm)
                     cLocator[lTerm] ^= cCodec.TimesPower(lPrevious[lTerm - 1], cCodec.mLogarithms[lDiscrepancy]);
-            }
             if (lDiscrepancy != 0 && 2 * lRegister <= lStep + aErasures - 1) {
                 lRegister = lStep + aErasures - lRegister;
                 const uint32_t lInverse = (cLength - cCodec.mLogarithms[lDiscrepancy]) % cLength;

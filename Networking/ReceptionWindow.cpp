@@ -9,10 +9,9 @@ constexpr int32_t MOST_OVERTAKEN = 3;  // packets before the first one that was 
 }  // namespace
 
 const PacketParts& ReceptionWindow::Slot::GetMost() const {
-    for (const PacketParts& lParts : mParts) {
+    for (const PacketParts& lParts : mParts)
         if (lParts.IsWhole())
             return lParts;
-    }
     return mParts[1].IsEmpty() || mParts[0].GetMissing() <= mParts[1].GetMissing() ? mParts[0] : mParts[1];
 }
 
@@ -102,8 +101,8 @@ uint64_t ReceptionWindow::GetDeadline() const {
 }
 
 uint32_t ReceptionWindow::GetHeard() const {
-    return static_cast<uint32_t>(
-        std::count_if(cSlots.begin(), cSlots.end(), [](const Slot& aSlot) { return aSlot.IsHeard(); }));
+    return static_cast<uint32_t>(std::count_if(
+        cSlots.begin(), cSlots.end(), [](const Slot& aSlot) { return aSlot.IsHeard(); }));
 }
 
 bool ReceptionWindow::Join(const Slot& aSlot, FECProcessor& aFEC, Packet* apPacket) const {

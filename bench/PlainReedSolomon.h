@@ -30,10 +30,9 @@ public:
             apParity[lPlace] = 0;
         for (int lIndex = 0; lIndex < N - ROOTS; ++lIndex) {
             const int lFeedback = cLogarithms[apMessage[lIndex] ^ apParity[0]];
-            if (lFeedback != N) {
+            if (lFeedback != N)
                 for (int lPlace = 1; lPlace < ROOTS; ++lPlace)
                     apParity[lPlace] ^= cPowers[(lFeedback + cGenerator[ROOTS - lPlace]) % N];
-            }
             for (int lPlace = 0; lPlace + 1 < ROOTS; ++lPlace)
                 apParity[lPlace] = apParity[lPlace + 1];
             apParity[ROOTS - 1] = lFeedback != N ? cPowers[(lFeedback + cGenerator[0]) % N] : uint8_t{0};
@@ -41,10 +40,9 @@ public:
     }
 
     bool IsCodeword(const uint8_t* apCodeword) const {
-        for (int lRoot = 1; lRoot <= ROOTS; ++lRoot) {
+        for (int lRoot = 1; lRoot <= ROOTS; ++lRoot)
             if (Value(apCodeword, apCodeword + N, lRoot) != 0)
                 return false;
-        }
         return true;
     }
 
@@ -123,10 +121,9 @@ private:
         }
         int lRoots[N];
         int lCount = 0;
-        for (int lExponent = 0; lExponent < N; ++lExponent) {
+        for (int lExponent = 0; lExponent < N; ++lExponent)
             if (Value(aLocator, lExponent) == 0)
                 lRoots[lCount++] = lExponent;
-        }
         if (lCount != lDegree)
             return -1;
         for (int lIndex = 0; lIndex < lCount; ++lIndex) {

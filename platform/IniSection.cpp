@@ -21,14 +21,12 @@ IniSection::IniSection(const std::string& aPath, const char* aSection) {
     const std::string lSection = LowerCase(aSection);
     TextLines lLines(aPath);
     TextLine lLine;
-    while (lLines.Next(&lLine)) {
+    while (lLines.Next(&lLine))
         if (lLine.mIsSection && lLine.mName == lSection)
             break;
-    }
-    while (lLines.Next(&lLine) && !lLine.mIsSection) {
+    while (lLines.Next(&lLine) && !lLine.mIsSection)
         if (Find(lLine.mName) == nullptr)
             cEntries.push_back({lLine.mWritten, lLine.mName, Unquoted(lLine.mValue)});
-    }
 }
 
 const IniSection::Entry* IniSection::Find(const std::string& aKey) const {

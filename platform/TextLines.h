@@ -14,10 +14,9 @@ inline std::string Trimmed(const std::string& aText) {
 
 // Changes only A to Z, whatever the locale is.
 inline std::string LowerCase(std::string aText) {
-    for (char& lCharacter : aText) {
+    for (char& lCharacter : aText)
         if (lCharacter >= 'A' && lCharacter <= 'Z')
             lCharacter = static_cast<char>(lCharacter - 'A' + 'a');
-    }
     return aText;
 }
 

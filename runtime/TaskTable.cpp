@@ -59,10 +59,9 @@ platform::ThreadPriority LevelOfPriority(rtems_task_priority aPriority) {
     static constexpr Row ROWS[] = {{218, platform::PRIORITY_IDLE},         {182, platform::PRIORITY_LOWEST},
                                    {145, platform::PRIORITY_BELOW_NORMAL}, {109, platform::PRIORITY_NORMAL},
                                    {72, platform::PRIORITY_ABOVE_NORMAL},  {36, platform::PRIORITY_HIGHEST}};
-    for (const Row& lRow : ROWS) {
+    for (const Row& lRow : ROWS)
         if (aPriority >= lRow.mFirst)
             return lRow.mLevel;
-    }
     return platform::PRIORITY_TIME_CRITICAL;
 }
 

@@ -24,9 +24,8 @@ bool Takes(const AddressOption& aOption, const std::string& aWord) {
 
 std::string AllOptions() {
     std::string lText;
-    for (const AddressOption& lOption : OPTIONS) {
+    for (const AddressOption& lOption : OPTIONS)
         lText += (lText.empty() ? "" : ", ") + lOption.mName + lOption.mValues;
-    }
     return lText;
 }
 
@@ -42,20 +41,17 @@ bool HasMoreWords(const std::string& aAddress, const DCPAddress& aParts) {
 
 std::string WhyNoOptions(const std::string& aAddress, const DCPAddress& aParts) {
     const size_t lStart = aAddress.find('?');
-    if (lStart == std::string::npos) {
+    if (lStart == std::string::npos)
         return "";
-    }
     const std::vector<std::string> lWords = Parts(aAddress.substr(lStart + 1), '&');
     for (size_t lIndex = 0; lIndex < lWords.size(); ++lIndex) {
         const std::string& lWord = lWords[lIndex];
         const auto lOption = std::find_if(std::begin(OPTIONS), std::end(OPTIONS),
                                           [&lWord](const AddressOption& aOption) { return Takes(aOption, lWord); });
-        if (lOption == std::end(OPTIONS)) {
+        if (lOption == std::end(OPTIONS))
             return "'" + lWord + "' is no option; options are " + AllOptions();
-        }
-        if (lOption->mFirst && lIndex > 0) {
+        if (lOption->mFirst && lIndex > 0)
             return "'" + lWord + "' counts as the first option only";
-        }
     }
     return aParts.mFEC && !aParts.mPFT ? "'" + lWords[0] + "' protects fragments, and without .pft there are none" : "";
 }

@@ -31,18 +31,16 @@ CaptureCounts CaptureDecoder::GetCounts() const {
 // A frame that lacks bytes counts as cut only when it may have been wanted: nobody misses other traffic.
 void CaptureDecoder::CountShort(const CaptureFrame& aFrame, const IPv4Packet& aPacket) {
     UdpDatagram lUdp;
-    if (!aPacket.mPayload.empty() && aPacket.mOffset == 0) {
+    if (!aPacket.mPayload.empty() && aPacket.mOffset == 0)
         ParseUdp(aPacket.mPayload, &lUdp);
-    }
     const bool lOtherHost = aPacket.mSource != 0 && !cFilter.IsHost(aPacket.mDestination);
     const bool lOtherPort = lUdp.mDestinationPort != 0 && !cFilter.IsPort(lUdp.mDestinationPort);
-    if (lOtherHost || lOtherPort) {
+    if (lOtherHost || lOtherPort)
         ++cCounts.mOtherDestinations;
-    } else if (aFrame.mBytes.size() < aFrame.mWireSize) {
+    else if (aFrame.mBytes.size() < aFrame.mWireSize)
         ++cCounts.mCut;
-    } else {
+    else
         ++cCounts.mDamaged;
-    }
 }
 
 bool CaptureDecoder::TakePacket(const CaptureFrame& aFrame, const IPv4Packet& aPacket, CaptureDatagram* apDatagram) {
@@ -53,9 +51,8 @@ bool CaptureDecoder::TakePacket(const CaptureFrame& aFrame, const IPv4Packet& aP
     ByteView lPayload = aPacket.mPayload;
     if (aPacket.IsFragment()) {
         const auto lWhole = cFragments.Add(aPacket, aFrame.mTime);
-        if (!lWhole) {
+        if (!lWhole)
             return false;
-        }
         lPayload = *lWhole;
     }
     UdpDatagram lUdp;

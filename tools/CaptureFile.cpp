@@ -60,9 +60,8 @@ bool CaptureFile::Open(const std::string& aName, bool aTwice, std::string* apErr
     std::error_code lIgnored;
     char lError[PCAP_ERRBUF_SIZE] = "";
     pcap* const lpReader = pcap_open_offline(aName.c_str(), lError);
-    if (!Adopt(lpReader, lError, apError)) {
+    if (!Adopt(lpReader, lError, apError))
         return false;
-    }
     const bool lKeep = aTwice && (aName == "-" || !std::filesystem::is_regular_file(aName, lIgnored));
     return !lKeep || Keep(apError);
 }
@@ -72,15 +71,13 @@ bool CaptureFile::Read(CaptureFrame* apFrame) {
     const unsigned char* lpBytes = nullptr;
     const int lResult = pcap_next_ex(cReader.get(), &lpHeader, &lpBytes);
     if (lResult == 1) {
-        if (cKept) {
+        if (cKept)
             pcap_dump(reinterpret_cast<unsigned char*>(cKept.get()), lpHeader, lpBytes);
-        }
         *apFrame = {{lpBytes, lpHeader->caplen}, lpHeader->len, TimeOf(lpHeader->ts), ++cNumber};
         return true;
     }
-    if (lResult == PCAP_ERROR && cDamage.empty()) {
+    if (lResult == PCAP_ERROR && cDamage.empty())
         cDamage = "behind frame " + std::to_string(cNumber) + ": " + WithAdvice(pcap_geterr(cReader.get()));
-    }
     return false;
 }
 
@@ -97,9 +94,8 @@ bool CaptureFile::Rewind(std::string* apError) {
     std::rewind(cKept.get());
     char lError[PCAP_ERRBUF_SIZE] = "";
     pcap* const lpReader = pcap_fopen_offline(cKept.get(), lError);
-    if (lpReader != nullptr) {
+    if (lpReader != nullptr)
         (void)cKept.release();  // the reader closes it
-    }
     return Adopt(lpReader, lError, apError);
 }
 
@@ -131,9 +127,8 @@ bool CaptureFile::Adopt(pcap* apReader, const char* apSystemError, std::string* 
 // A dump of libpcap is the file that it writes.
 bool CaptureFile::Keep(std::string* apError) {
     cKept.reset(std::tmpfile());
-    if (cKept && pcap_dump_fopen(cReader.get(), cKept.get()) != nullptr) {
+    if (cKept && pcap_dump_fopen(cReader.get(), cKept.get()) != nullptr)
         return true;
-    }
     *apError = "no temporary file to keep the capture in: " + std::string(std::strerror(errno));
     return false;
 }

@@ -14,9 +14,8 @@ std::optional<ByteView> CaptureFragments::Add(const IPv4Packet& aFragment, uint6
         return std::nullopt;
     }
     lpSlot->Put(aFragment);
-    if (lpSlot->IsWaiting()) {
+    if (lpSlot->IsWaiting())
         return std::nullopt;
-    }
     lpSlot->mTime = aTime;
     return ByteView(lpSlot->mBytes).first(lpSlot->mSize);
 }
@@ -30,9 +29,8 @@ uint64_t CaptureFragments::GetUnfinished() const {
 CaptureFragments::Slot* CaptureFragments::Find(const IPv4Packet& aFragment, uint64_t aTime) {
     for (Slot& lSlot : cSlots) {
         if (lSlot.IsOf(aFragment)) {
-            if (lSlot.IsExpired(aTime)) {
+            if (lSlot.IsExpired(aTime))
                 Begin(&lSlot, aFragment, aTime);
-            }
             return &lSlot;
         }
     }
@@ -41,9 +39,8 @@ CaptureFragments::Slot* CaptureFragments::Find(const IPv4Packet& aFragment, uint
 
 // A new place, or else the oldest of those that nothing is expected in, or else the oldest.
 CaptureFragments::Slot* CaptureFragments::MakeRoom(uint64_t aTime) {
-    if (cSlots.size() < MAX_FRAGMENTED_PACKETS) {
+    if (cSlots.size() < MAX_FRAGMENTED_PACKETS)
         return &cSlots.emplace_back();
-    }
     const auto Worth = [&](const Slot& aSlot) {
         return std::make_pair(aSlot.IsWaiting() && !aSlot.IsExpired(aTime), aSlot.mNumber);
     };
@@ -52,9 +49,8 @@ CaptureFragments::Slot* CaptureFragments::MakeRoom(uint64_t aTime) {
 }
 
 void CaptureFragments::Begin(Slot* apSlot, const IPv4Packet& aFragment, uint64_t aTime) {
-    if (apSlot->IsWaiting()) {
+    if (apSlot->IsWaiting())
         ++cGivenUp;
-    }
     std::vector<unsigned char> lBytes = std::move(apSlot->mBytes);
     *apSlot = {};
     apSlot->mBytes = std::move(lBytes);
@@ -79,15 +75,13 @@ bool CaptureFragments::Slot::IsExpired(uint64_t aTime) const {
 bool CaptureFragments::Slot::Fits(const IPv4Packet& aFragment) const {
     const size_t lSize = aFragment.mPayload.size();
     const size_t lEnd = aFragment.mOffset + lSize;
-    if (aFragment.mMore ? lEnd > mEnd : lEnd < mReached || (mEnd <= IPV4_MAX_PAYLOAD && lEnd != mEnd)) {
+    if (aFragment.mMore ? lEnd > mEnd : lEnd < mReached || (mEnd <= IPV4_MAX_PAYLOAD && lEnd != mEnd))
         return false;
-    }
     for (size_t lStart = 0; lStart < lSize; lStart += IPV4_BLOCK) {
         const size_t lPlace = aFragment.mOffset + lStart;
         const ByteView lBlock = aFragment.mPayload.subspan(lStart, std::min<size_t>(IPV4_BLOCK, lSize - lStart));
-        if (mBlocks[lPlace / IPV4_BLOCK] && !std::equal(lBlock.begin(), lBlock.end(), mBytes.data() + lPlace)) {
+        if (mBlocks[lPlace / IPV4_BLOCK] && !std::equal(lBlock.begin(), lBlock.end(), mBytes.data() + lPlace))
             return false;
-        }
     }
     return true;
 }
@@ -97,9 +91,8 @@ void CaptureFragments::Slot::Put(const IPv4Packet& aFragment) {
     const size_t lEnd = aFragment.mOffset + lSize;
     mReached = std::max(mReached, lEnd);
     mBytes.resize(std::max(mBytes.size(), lEnd));
-    if (!aFragment.mMore) {
+    if (!aFragment.mMore)
         mEnd = lEnd;
-    }
     std::copy(aFragment.mPayload.begin(), aFragment.mPayload.end(), mBytes.data() + aFragment.mOffset);
     for (size_t lStart = 0; lStart < lSize; lStart += IPV4_BLOCK) {
         const size_t lBlock = (aFragment.mOffset + lStart) / IPV4_BLOCK;

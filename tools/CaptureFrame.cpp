@@ -42,14 +42,12 @@ bool HidesVlan(const LinkPayload& aPayload) {
 
 // A header of aSize bytes that tells the type of what follows at aTypeOffset, and VLAN tags.
 std::optional<LinkPayload> SkipHeader(ByteView aFrame, size_t aTypeOffset, size_t aSize) {
-    if (aFrame.size() < aSize) {
+    if (aFrame.size() < aSize)
         return std::nullopt;
-    }
     LinkPayload lPayload{ReadU16(&aFrame[aTypeOffset]), aFrame.subspan(aSize)};
     while (IsVlan(lPayload.mType) || HidesVlan(lPayload)) {
-        if (lPayload.mBytes.size() < VLAN_TAG_SIZE) {
+        if (lPayload.mBytes.size() < VLAN_TAG_SIZE)
             return std::nullopt;
-        }
         lPayload = {ReadU16(&lPayload.mBytes[2]), lPayload.mBytes.subspan(VLAN_TAG_SIZE)};
     }
     return lPayload;
@@ -75,17 +73,15 @@ uint32_t Swapped(uint32_t aValue) {
 }
 
 std::optional<LinkPayload> SkipLoopbackHeader(ByteView aFrame) {
-    if (aFrame.size() < LOOPBACK_HEADER_SIZE) {
+    if (aFrame.size() < LOOPBACK_HEADER_SIZE)
         return std::nullopt;
-    }
     const uint32_t lFamily = ReadU32(aFrame.data());
     return LinkPayload{TypeOfFamily(std::min(lFamily, Swapped(lFamily))), aFrame.subspan(LOOPBACK_HEADER_SIZE)};
 }
 
 std::optional<LinkPayload> RawPacket(ByteView aFrame) {
-    if (aFrame.empty()) {
+    if (aFrame.empty())
         return std::nullopt;
-    }
     const unsigned lVersion = aFrame[0] >> 4;
     return LinkPayload{lVersion == 4 ? TYPE_IPV4 : lVersion == 6 ? TYPE_IPV6 : 0, aFrame};
 }
@@ -107,27 +103,22 @@ std::optional<LinkPayload> SkipLinkHeader(ByteView aFrame, LinkType aLinkType) {
 }
 
 bool IsSoundFragment(const IPv4Packet& aPacket, size_t aSize) {
-    if (!aPacket.IsFragment()) {
+    if (!aPacket.IsFragment())
         return true;
-    }
     return aSize > 0 && (!aPacket.mMore || aSize % IPV4_BLOCK == 0) && aPacket.mOffset + aSize <= IPV4_MAX_PAYLOAD;
 }
 
 FrameContent ParseIPv4(ByteView aBytes, IPv4Packet* apPacket) {
-    if (aBytes.size() < IPV4_HEADER_SIZE) {
+    if (aBytes.size() < IPV4_HEADER_SIZE)
         return FrameContent::SHORT;
-    }
     const size_t lHeaderSize = size_t{4} * (aBytes[0] & 0x0F);
     const size_t lTotalSize = ReadU16(&aBytes[2]);
-    if (aBytes[0] >> 4 != 4 || lHeaderSize < IPV4_HEADER_SIZE || lTotalSize < lHeaderSize) {
+    if (aBytes[0] >> 4 != 4 || lHeaderSize < IPV4_HEADER_SIZE || lTotalSize < lHeaderSize)
         return FrameContent::DAMAGED;
-    }
-    if (aBytes[9] != PROTOCOL_UDP) {
+    if (aBytes[9] != PROTOCOL_UDP)
         return FrameContent::OTHER;
-    }
-    if (aBytes.size() < lHeaderSize) {
+    if (aBytes.size() < lHeaderSize)
         return FrameContent::SHORT;
-    }
     const unsigned lFragment = ReadU16(&aBytes[6]);
     IPv4Packet lPacket;
     lPacket.mSource = ReadU32(&aBytes[12]);
@@ -135,9 +126,8 @@ FrameContent ParseIPv4(ByteView aBytes, IPv4Packet* apPacket) {
     lPacket.mId = ReadU16(&aBytes[4]);
     lPacket.mMore = (lFragment & MORE_FRAGMENTS) != 0;
     lPacket.mOffset = (lFragment & OFFSET_MASK) * IPV4_BLOCK;
-    if (!IsSoundFragment(lPacket, lTotalSize - lHeaderSize)) {
+    if (!IsSoundFragment(lPacket, lTotalSize - lHeaderSize))
         return FrameContent::DAMAGED;
-    }
     // What stands behind the packet fills the frame up to the least length.
     lPacket.mPayload = aBytes.first(std::min(lTotalSize, aBytes.size())).subspan(lHeaderSize);
     *apPacket = lPacket;
@@ -149,26 +139,22 @@ FrameContent ParseIPv4(ByteView aBytes, IPv4Packet* apPacket) {
 FrameContent ParseFrame(ByteView aFrame, LinkType aLinkType, IPv4Packet* apPacket) {
     *apPacket = {};
     const auto lPayload = SkipLinkHeader(aFrame, aLinkType);
-    if (!lPayload) {
+    if (!lPayload)
         return FrameContent::SHORT;
-    }
-    if (lPayload->mType == TYPE_IPV6) {
+    if (lPayload->mType == TYPE_IPV6)
         return FrameContent::IPV6;
-    }
     return lPayload->mType == TYPE_IPV4 ? ParseIPv4(lPayload->mBytes, apPacket) : FrameContent::OTHER;
 }
 
 bool ParseUdp(ByteView aBytes, UdpDatagram* apDatagram) {
     *apDatagram = {};
-    if (aBytes.size() < UDP_HEADER_SIZE) {
+    if (aBytes.size() < UDP_HEADER_SIZE)
         return false;
-    }
     apDatagram->mSourcePort = ReadU16(&aBytes[0]);
     apDatagram->mDestinationPort = ReadU16(&aBytes[2]);
     const size_t lSize = ReadU16(&aBytes[4]);
-    if (lSize < UDP_HEADER_SIZE || lSize > aBytes.size()) {
+    if (lSize < UDP_HEADER_SIZE || lSize > aBytes.size())
         return false;
-    }
     apDatagram->mData = aBytes.first(lSize).subspan(UDP_HEADER_SIZE);
     return true;
 }

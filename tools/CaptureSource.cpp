@@ -7,16 +7,13 @@
 
 int CaptureSource::Open(const std::string& aAddress, std::string* apError) {
     CaptureAddress lAddress;
-    if (!lAddress.Parse(aAddress, apError)) {
+    if (!lAddress.Parse(aAddress, apError))
         return STATUS_USAGE;
-    }
-    if (!cFile.Open(lAddress.mFile, !lAddress.mFilter.mPort, apError)) {
+    if (!cFile.Open(lAddress.mFile, !lAddress.mFilter.mPort, apError))
         return STATUS_FAILED;
-    }
     if (!lAddress.mFilter.mPort) {
-        if (const int lStatus = ChooseStream(&lAddress, apError); lStatus != STATUS_DONE) {
+        if (const int lStatus = ChooseStream(&lAddress, apError); lStatus != STATUS_DONE)
             return lStatus;
-        }
     }
     cDecoder.emplace(cFile.GetLinkType(), lAddress.mFilter);
     return STATUS_DONE;
@@ -24,13 +21,11 @@ int CaptureSource::Open(const std::string& aAddress, std::string* apError) {
 
 bool CaptureSource::Read(CaptureDatagram* apDatagram) {
     CaptureFrame lFrame;
-    while (!cAtEnd) {
-        if (!cFile.Read(&lFrame)) {
+    while (!cAtEnd)
+        if (!cFile.Read(&lFrame))
             cAtEnd = true;
-        } else if (cDecoder->Take(lFrame, apDatagram)) {
+        else if (cDecoder->Take(lFrame, apDatagram))
             return true;
-        }
-    }
     return false;
 }
 
@@ -39,11 +34,9 @@ int CaptureSource::ChooseStream(CaptureAddress* apAddress, std::string* apError)
     CaptureStreams lStreams;
     CaptureFrame lFrame;
     CaptureDatagram lDatagram;
-    while (!platform::Interrupted() && cFile.Read(&lFrame)) {
-        if (lDecoder.Take(lFrame, &lDatagram)) {
+    while (!platform::Interrupted() && cFile.Read(&lFrame))
+        if (lDecoder.Take(lFrame, &lDatagram))
             lStreams.Add(lDatagram);
-        }
-    }
     if (lStreams.Get().empty()) {
         *apError = apAddress->mFile + " holds no DCP: " + CountsText(lDecoder.GetCounts());
         *apError += cFile.GetDamage().empty() ? "" : "; it is damaged " + cFile.GetDamage();
@@ -72,8 +65,7 @@ std::string CountsText(const CaptureCounts& aCounts) {
         {aCounts.mUnfinished, "fragmented and never whole"},
     };
     std::string lText = Count(aCounts.mFrames, "frame") + ", " + Count(aCounts.mDatagrams, "datagram");
-    for (const auto& lPart : PARTS) {
+    for (const auto& lPart : PARTS)
         lText += lPart.mCount > 0 ? ", " + std::to_string(lPart.mCount) + " " + lPart.mText : "";
-    }
     return lText;
 }

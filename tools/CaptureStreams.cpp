@@ -12,9 +12,8 @@ namespace {
 constexpr uint8_t AF_MAJOR_VERSION = 1;
 
 const char* ProtocolsOf(const CaptureStream& aStream) {
-    if (aStream.mAF > 0 && aStream.mPF > 0) {
+    if (aStream.mAF > 0 && aStream.mPF > 0)
         return "AF+PF";
-    }
     return aStream.mAF > 0 ? "AF" : "PF";
 }
 
@@ -25,24 +24,20 @@ void CaptureStreams::Add(const CaptureDatagram& aDatagram) {
     AFHeader lAF;
     PFTHeader lPFT;
     const bool lIsAF = ParseAFPacket(lData.data(), lData.size(), AF_MAJOR_VERSION, &cCRC, &lAF) == AFCheck::VALID;
-    if (!lIsAF && ParsePFTFragment(lData.data(), lData.size(), cCRC, &lPFT) != PFTCheck::VALID) {
+    if (!lIsAF && ParsePFTFragment(lData.data(), lData.size(), cCRC, &lPFT) != PFTCheck::VALID)
         return;
-    }
-    if (CaptureStream* const lpStream = Find(aDatagram); lpStream != nullptr) {
+    if (CaptureStream* const lpStream = Find(aDatagram); lpStream != nullptr)
         ++(lIsAF ? lpStream->mAF : lpStream->mPF);
-    }
 }
 
 CaptureStream* CaptureStreams::Find(const CaptureDatagram& aDatagram) {
     const auto lStream = std::find_if(cStreams.begin(), cStreams.end(), [&](const CaptureStream& aStream) {
         return aStream.mAddress == aDatagram.mDestination && aStream.mPort == aDatagram.mDestinationPort;
     });
-    if (lStream != cStreams.end()) {
+    if (lStream != cStreams.end())
         return &*lStream;
-    }
-    if (cStreams.size() == MAX_CAPTURE_STREAMS) {
+    if (cStreams.size() == MAX_CAPTURE_STREAMS)
         return nullptr;
-    }
     return &cStreams.emplace_back(CaptureStream{aDatagram.mDestination, aDatagram.mDestinationPort});
 }
 

@@ -23,9 +23,8 @@ uint32_t CaptureTransport::Send(Packet* /*apPacket*/) {
 uint32_t CaptureTransport::Receive(Packet* apOut, uint32_t* /*apTimeOut*/, uint32_t /*aTagIndex*/) {
     CaptureDatagram lDatagram;
     while (!platform::Interrupted()) {
-        if (!cSource.Read(&lDatagram)) {
+        if (!cSource.Read(&lDatagram))
             return End();
-        }
         Take(lDatagram);
         if (IsThisTagRegistered(cProtocol)) {
             Report(StackEvent::INPUT_TAKEN);
@@ -50,11 +49,10 @@ void CaptureTransport::Take(const CaptureDatagram& aDatagram) {
 }
 
 uint32_t CaptureTransport::End() {
-    if (ciAtEnd) {
+    if (ciAtEnd)
         BrakeFailure();
-    } else if (!cSource.GetDamage().empty()) {
+    else if (!cSource.GetDamage().empty())
         Report(StackEvent::RECORDING_FAILED);
-    }
     ciAtEnd = true;
     ciError = FILE_END;
     return 2;

@@ -40,22 +40,24 @@ void CommandLine::AddFlag(const char* apNames, bool* apFlag, const char* apHelp,
 // Numbers are read by ReadNumber, because CLI11 itself takes a leading zero as the sign of an octal number.
 void CommandLine::AddNumber(const char* apNames, uint32_t* apNumber, uint32_t aLowest, uint32_t aHighest,
                             const char* apHelp) {
-    AddText(apNames, RangeText(aLowest, aHighest).c_str(), apHelp,
-            [apNumber, aLowest, aHighest](const std::string& aText) {
-                return ReadNumber(aText, apNumber) && *apNumber >= aLowest && *apNumber <= aHighest;
-            });
+    AddText(
+        apNames, RangeText(aLowest, aHighest).c_str(), apHelp,
+        [apNumber, aLowest, aHighest](const std::string& aText) {
+            return ReadNumber(aText, apNumber) && *apNumber >= aLowest && *apNumber <= aHighest;
+        });
 }
 
 void CommandLine::AddChoice(const char* apNames, const std::vector<std::string>& aWords, const char* apHelp,
                             std::function<void(size_t)> aSet) {
-    AddText(apNames, CLI::detail::join(aWords, "|").c_str(), apHelp, [aWords, aSet](const std::string& aText) {
-        const auto lWord = std::find(aWords.begin(), aWords.end(), aText);
-        if (lWord == aWords.end()) {
-            return false;
-        }
-        aSet(static_cast<size_t>(lWord - aWords.begin()));
-        return true;
-    });
+    AddText(
+        apNames, CLI::detail::join(aWords, "|").c_str(), apHelp,
+        [aWords, aSet](const std::string& aText) {
+            const auto lWord = std::find(aWords.begin(), aWords.end(), aText);
+            if (lWord == aWords.end())
+                return false;
+            aSet(static_cast<size_t>(lWord - aWords.begin()));
+            return true;
+        });
 }
 
 void CommandLine::AddText(const char* apNames, const char* apForm, const char* apHelp,
@@ -63,9 +65,8 @@ void CommandLine::AddText(const char* apNames, const char* apForm, const char* a
     const std::string lNames = apNames;
     const std::string lForm = apForm;
     const auto lSet = [lNames, lForm, lRead = std::move(aRead)](const std::string& aText) {
-        if (!lRead(aText)) {
+        if (!lRead(aText))
             throw CLI::ValidationError(lNames + " takes " + lForm + ", not '" + aText + "'");
-        }
     };
     cApp->add_option_function<std::string>(lNames, lSet, apHelp)->type_name(lForm);
 }

@@ -117,17 +117,14 @@ private:
 };
 
 int Relay::Open() {
-    if (cOptions.mRenumber && cOptions.mProtocol != Protocol::MDI) {
+    if (cOptions.mRenumber && cOptions.mProtocol != Protocol::MDI)
         return cLine.Fail(STATUS_USAGE, "--renumber is for mdi only");
-    }
-    if (AreOneFile(cOptions.mFrom, cOptions.mTo)) {
+    if (AreOneFile(cOptions.mFrom, cOptions.mTo))
         return cLine.Fail(STATUS_USAGE, "FROM and TO are the same file");
-    }
     std::string lError;
     int lStatus = cSource.Open(cOptions.mFrom, cOptions.mProtocol, cOptions.mReceiving, &lError);
-    if (lStatus == STATUS_DONE) {
+    if (lStatus == STATUS_DONE)
         lStatus = cSink.Open(cOptions.mTo, cOptions.mProtocol, cOptions.mSending, &lError);
-    }
     return lStatus == STATUS_DONE ? lStatus : cLine.Fail(lStatus, lError);
 }
 
@@ -140,24 +137,18 @@ int Relay::Run() {
     }
     cProgress.Clear();
     PrintLine(cStatistics.Line(cOptions.mJson, true, cSource.GetReception()));
-    if (cFaults.HasLoss()) {
+    if (cFaults.HasLoss())
         Say("FROM is damaged; mdi-dump tells where");
-    }
-    if (OutputError() != 0 && OutputError() != EPIPE) {
+    if (OutputError() != 0 && OutputError() != EPIPE)
         return cLine.Fail(STATUS_FAILED, "standard output cannot be written: " + SystemText(OutputError()));
-    }
-    if (cSource.AtEnd() && cStatistics.GetReceived() == 0) {
+    if (cSource.AtEnd() && cStatistics.GetReceived() == 0)
         return cLine.Fail(STATUS_FAILED, "there is no unit of this protocol in FROM");
-    }
-    if (lPass != Pass::FAILED && cStatistics.GetReceived() > 0 && cStatistics.GetSent() == 0) {
+    if (lPass != Pass::FAILED && cStatistics.GetReceived() > 0 && cStatistics.GetSent() == 0)
         return cLine.Fail(STATUS_FAILED, "no unit went out");
-    }
-    if (!cSource.GetCaptureDamage().empty()) {
+    if (!cSource.GetCaptureDamage().empty())
         return cLine.Fail(STATUS_FAILED, cSource.GetCaptureDamage());
-    }
-    if (cOptions.mStrict && LostOnTheWay()) {
+    if (cOptions.mStrict && LostOnTheWay())
         return STATUS_FAILED;
-    }
     return lPass == Pass::FAILED || (cRefused > 0 && cSink.IsFile()) ? STATUS_FAILED : STATUS_DONE;
 }
 
@@ -175,19 +166,15 @@ Relay::Pass Relay::Take() {
                                     return aFinding.mFault == FAULT_PROTOCOL;  // is left out on purpose
                                 }) > 0;
     cFaults.Add(lFindings);
-    if (lResult == UnitSource::Result::LOST && !lOtherProtocol && cOptions.mProtocol != Protocol::MDI) {
+    if (lResult == UnitSource::Result::LOST && !lOtherProtocol && cOptions.mProtocol != Protocol::MDI)
         cStatistics.Lost(1);  // losses of MDI show in its frame counters
-    }
-    if (lResult != UnitSource::Result::UNIT) {
+    if (lResult != UnitSource::Result::UNIT)
         return lResult == UnitSource::Result::END ? Pass::END : Pass::GO_ON;
-    }
     cStatistics.Received();
-    if (cOptions.mProtocol == Protocol::MDI) {
+    if (cOptions.mProtocol == Protocol::MDI)
         Number(lUnit);
-    }
-    if (cSource.IsRead() && !cOptions.mFast) {
+    if (cSource.IsRead() && !cOptions.mFast)
         cPacer.Wait();
-    }
     return Forward(lUnit);
 }
 
@@ -195,15 +182,13 @@ Relay::Pass Relay::Take() {
 void Relay::Number(MDIUnit& aUnit) {
     aUnit.Parse();
     uint32_t lDlfc = 0;
-    if (aUnit.GetDlfc(&lDlfc) != 1) {
+    if (aUnit.GetDlfc(&lDlfc) != 1)
         return;
-    }
     const uint64_t lLostBefore = cCounters.GetLost();
     cCounters.Follow(lDlfc);
     cStatistics.Lost(cCounters.GetLost() - lLostBefore);
-    if (cOptions.mRenumber) {
+    if (cOptions.mRenumber)
         aUnit.SetDlfc(cNumber++, true);
-    }
 }
 
 Relay::Pass Relay::Forward(MDIUnit& aUnit) {
@@ -212,9 +197,8 @@ Relay::Pass Relay::Forward(MDIUnit& aUnit) {
             cStatistics.Sent(aUnit.GetSize());
             NoteDelivery(true);
             NoteSize();
-            if (!cSink.IsFull()) {
+            if (!cSink.IsFull())
                 return Pass::GO_ON;
-            }
             break;
         case UnitSink::Result::LOST:
             cStatistics.Lost(1);
@@ -244,9 +228,8 @@ void Relay::NoteDelivery(bool aDelivered) {
 
 // What to add to a message about the last unit that TO refused: the system's reason, if it has one.
 std::string Relay::SystemReason() const {
-    if (cSink.GetSystemError() != 0) {
+    if (cSink.GetSystemError() != 0)
         return ": " + SystemText(cSink.GetSystemError());
-    }
     return cSink.GetCode() == UDP_SEND_FAILED ? ": " + cToName + " does not answer the probe" : "";
 }
 
@@ -263,9 +246,8 @@ void Relay::Report() {
         cProgress.Clear();
         PrintLine(cStatistics.Line(cOptions.mJson, false, cSource.GetReception()));
     }
-    if (cProgress.IsDue()) {
+    if (cProgress.IsDue())
         cProgress.Show(cStatistics.Short());
-    }
 }
 
 void Relay::Say(const std::string& aText) {
@@ -280,9 +262,8 @@ int main(int argc, char** argv) {
     Options lOptions;
     CommandLine lLine("dcp-relay", PURPOSE);
     AddOptions(&lLine, &lOptions);
-    if (const auto lStatus = lLine.Read(argc, argv)) {
+    if (const auto lStatus = lLine.Read(argc, argv))
         return *lStatus;
-    }
     Relay lRelay(lLine, lOptions);
     const int lStatus = lRelay.Open();
     return lStatus == STATUS_DONE ? lRelay.Run() : lStatus;

@@ -22,9 +22,8 @@ public:
             return Step::BACK;  // the expected counter stays, because the stream goes on from there
         }
         const bool lGap = !lFollows && lAhead <= MAX_GAP;
-        if (lGap) {
+        if (lGap)
             cLost += lAhead;
-        }
         cExpected = aDlfc + 1;
         return lFollows ? Step::NEXT : lGap ? Step::GAP : Step::JUMP;
     }

@@ -31,9 +31,8 @@ constexpr Rates STREAM_0[HIERARCHICAL_PROTECTION_LEVELS] = {{{1, 2}}, {{4, 7}}, 
 // The bits that go into the codes when each puts out aCodedBits, of which the tail takes 12.
 uint32_t BitsIn(uint32_t aCodedBits, Rates aRates) {
     uint32_t lSum = 0;
-    for (const CodeRate& lRate : aRates) {
+    for (const CodeRate& lRate : aRates)
         lSum += lRate.mIn * ((aCodedBits - 12) / lRate.mOut);
-    }
     return lSum;
 }
 

@@ -18,17 +18,15 @@ constexpr size_t ITEM_START = 16;  // bytes of an item that are shown
 
 std::string JoinedFindings(const Findings& aFindings) {
     std::string lText;
-    for (const Finding& lFinding : aFindings) {
+    for (const Finding& lFinding : aFindings)
         lText += (lText.empty() ? "" : "; ") + FindingText(lFinding);
-    }
     return lText;
 }
 
 Json JsonFindings(const Findings& aFindings) {
     Json lTexts = Json::array();
-    for (const Finding& lFinding : aFindings) {
+    for (const Finding& lFinding : aFindings)
         lTexts.push_back(FindingText(lFinding));
-    }
     return lTexts;
 }
 
@@ -44,11 +42,9 @@ Json JsonItems(const std::vector<ItemView>& aItems) {
 
 std::vector<size_t> StreamSizes(const std::vector<ItemView>& aItems) {
     std::vector<size_t> lSizes;
-    for (const ItemView& lItem : aItems) {
-        if (lItem.mName.starts_with("str") && lItem.mName[3] >= '0' && lItem.mName[3] < '0' + int{MDI_STREAMS}) {
+    for (const ItemView& lItem : aItems)
+        if (lItem.mName.starts_with("str") && lItem.mName[3] >= '0' && lItem.mName[3] < '0' + int{MDI_STREAMS})
             lSizes.push_back(lItem.mValue.size());
-        }
-    }
     return lSizes;
 }
 
@@ -93,9 +89,8 @@ void DumpReport::Unit(const UnitFacts& aFacts) {
 }
 
 void DumpReport::Other(const Findings& aFindings) {
-    if (aFindings.empty()) {
+    if (aFindings.empty())
         return;
-    }
     cFaults.Add(aFindings);
     PrintLine(cForm.mJson ? JsonLine({{"type", "fault"}, {"faults", JsonFindings(aFindings)}})
                           : "  ! " + JoinedFindings(aFindings));
@@ -103,9 +98,8 @@ void DumpReport::Other(const Findings& aFindings) {
 
 // When standard output is a terminal too, the lines of the units show the progress.
 void DumpReport::ShowProgress() {
-    if (cProgress.IsDue() && !platform::IsTerminal(stdout)) {
+    if (cProgress.IsDue() && !platform::IsTerminal(stdout))
         cProgress.Show(Count(cUnits, "unit") + (IsSound() ? "" : ", with faults"));
-    }
 }
 
 void DumpReport::PrintText(const UnitFacts& aFacts, const Arrival& aArrival) const {
@@ -117,17 +111,14 @@ void DumpReport::PrintText(const UnitFacts& aFacts, const Arrival& aArrival) con
     }
     lLine += "dlfc " + (aFacts.mDlfc ? std::to_string(*aFacts.mDlfc) : "-") + "  frame ";
     lLine += aFacts.mIdentity ? std::to_string(*Position(aFacts)) + "/3" : "-";
-    if (aFacts.mIdentity && !cForm.mTimes) {  // without it the lines of a network, which people watch, fit 80 columns
+    if (aFacts.mIdentity && !cForm.mTimes)  // without it the lines of a network, which people watch, fit 80 columns
         lLine += " (identity " + std::to_string(*aFacts.mIdentity) + ")";
-    }
     lLine += "  " + Count(aFacts.mBytes, "byte") + "  streams";
-    for (const size_t lSize : StreamSizes(aFacts.mItems)) {
+    for (const size_t lSize : StreamSizes(aFacts.mItems))
         lLine += " " + std::to_string(lSize);
-    }
     PrintLine(aFacts.mFindings.empty() ? lLine : lLine + "  ! " + JoinedFindings(aFacts.mFindings));
-    if (!cForm.mVerbose) {
+    if (!cForm.mVerbose)
         return;
-    }
     for (const ItemView& lItem : aFacts.mItems) {
         PrintLine("    " + Printable(lItem.mName) + "  " + Count(lItem.mBits, "bit") + "  " +
                   Hex(lItem.mValue.substr(0, ITEM_START)) + (lItem.mValue.size() > ITEM_START ? "..." : ""));
@@ -147,19 +138,17 @@ void DumpReport::PrintJson(const UnitFacts& aFacts, const Arrival& aArrival) con
     lLine["bytes"] = aFacts.mBytes;
     lLine["streams"] = StreamSizes(aFacts.mItems);
     lLine["faults"] = JsonFindings(aFacts.mFindings);
-    if (cForm.mVerbose) {
+    if (cForm.mVerbose)
         lLine["items"] = JsonItems(aFacts.mItems);
-    }
     PrintLine(JsonLine(lLine));
 }
 
 void DumpReport::Summary(const UnitCheck& aCheck, bool aVerdict, const ReceptionStatistics* apReception) {
     cProgress.Clear();
-    if (aVerdict && cUnits == 0) {
+    if (aVerdict && cUnits == 0)
         Other({{FAULT_NO_UNIT, ""}});
-    } else if (aVerdict && !aCheck.AtBoundary()) {
+    else if (aVerdict && !aCheck.AtBoundary())
         Other({{FAULT_PARTIAL_END, "the player leaves out units when it begins anew"}});
-    }
     cForm.mJson ? PrintJsonSummary(aCheck, aVerdict, apReception) : PrintTextSummary(aCheck, aVerdict, apReception);
 }
 
@@ -173,19 +162,16 @@ void DumpReport::PrintTextSummary(const UnitCheck& aCheck, bool aVerdict,
                   std::to_string(cIntervals.Percentile(99)) + " ms, longest " +
                   std::to_string(cIntervals.GetMaximum()) + " ms");
     }
-    if (apReception != nullptr && !apReception->GetText().empty()) {
+    if (apReception != nullptr && !apReception->GetText().empty())
         PrintLine("reception: " + apReception->GetText());
-    }
-    if (!aCheck.GetMode().empty()) {
+    if (!aCheck.GetMode().empty())
         PrintLine("DRM mode: " + aCheck.GetMode());
-    }
     for (const Fault lFault : cFaults.GetFound()) {
         PrintLine((IsLoss(lFault) ? "fault: " : "remark: ") + std::to_string(cFaults.Get(lFault)) + " x " +
                   FaultName(lFault));
     }
-    if (aVerdict) {
+    if (aVerdict)
         PrintLine(IsSound() ? "The recording is sound." : "The recording is NOT sound.");
-    }
 }
 
 void DumpReport::PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict,
@@ -200,16 +186,13 @@ void DumpReport::PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict,
         lSummary["interval_ms"] = {
             {"p50", cIntervals.Percentile(50)}, {"p99", cIntervals.Percentile(99)}, {"max", cIntervals.GetMaximum()}};
     }
-    if (apReception != nullptr) {
+    if (apReception != nullptr)
         lSummary["reception"] = JsonOf(*apReception);
-    }
     lSummary["drm_mode"] = aCheck.GetMode();
     Json& lFaults = lSummary["faults"] = Json::object();
-    for (const Fault lFault : cFaults.GetFound()) {
+    for (const Fault lFault : cFaults.GetFound())
         lFaults[FaultName(lFault)] = cFaults.Get(lFault);
-    }
-    if (aVerdict) {
+    if (aVerdict)
         lSummary["sound"] = IsSound();
-    }
     PrintLine(JsonLine(lSummary));
 }

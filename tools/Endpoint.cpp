@@ -13,9 +13,8 @@ namespace {
 
 std::string NoAddress(const std::string& aAddress, bool aRecords) {
     const std::string lText = "'" + aAddress + "' is no DCP address; ";
-    if (aAddress.find_first_of(": ?") == std::string::npos) {
+    if (aAddress.find_first_of(": ?") == std::string::npos)
         return lText + "the recording of that name is dcp.file.pft:" + aAddress + (aRecords ? ":9999:0" : ":0:0");
-    }
     return lText + "it is of the form dcp.udp.pft://HOST:PORT or dcp.file.pft:FILE:LIMIT:0";
 }
 
@@ -24,12 +23,10 @@ std::string WhyNoDestination(const DCPAddress& aParts, uint32_t aDirection) {
     char lCanonical[UDP_MAX_ADDRESS_LENGTH + 1];
     platform::FormatAddress(platform::ParseAddress(aParts.mName.c_str()), lCanonical);
     const bool lAny = aParts.mName == "any" || aParts.mName == "0.0.0.0";
-    if (aParts.mNumber < UDP_FIRST_PORT || aParts.mNumber > UINT16_MAX) {
+    if (aParts.mNumber < UDP_FIRST_PORT || aParts.mNumber > UINT16_MAX)
         return "a UDP port is a number from 1024 to 65535";
-    }
-    if (aDirection == SENDING && (lAny || aParts.mName == "255.255.255.255")) {
+    if (aDirection == SENDING && (lAny || aParts.mName == "255.255.255.255"))
         return "units go to one host or multicast group";
-    }
     return lAny || aParts.mName == lCanonical ? "" : "a host is a dotted IPv4 address, or any to receive";
 }
 
@@ -93,20 +90,17 @@ int OpenEndpoint(ToolEndpoint& aEndpoint, const std::string& aAddress, Protocol 
         return STATUS_USAGE;
     }
     if (const int lStatus = Check(lParts, aAddress, aEndpoint.ciDirection, aLocalInterface, apError);
-        lStatus != STATUS_DONE) {
+        lStatus != STATUS_DONE)
         return lStatus;
-    }
     errno = 0;
-    if (aEndpoint.Open(aAddress.c_str(), aLocalInterface) == 1 && Enable(aEndpoint, aProtocol) == 1) {
+    if (aEndpoint.Open(aAddress.c_str(), aLocalInterface) == 1 && Enable(aEndpoint, aProtocol) == 1)
         return STATUS_DONE;
-    }
     const std::string lSystemError = errno != 0 ? ": " + SystemText(errno) : "";
     const uint32_t lCode = aEndpoint.GetError();
     const bool lDenied = lCode == UDP_SOCKET_FAILED || lCode == FILE_OPEN_FAILED;
-    if (lCode == FILE_OPEN_FAILED && aEndpoint.ciDirection == RECEIVING) {
+    if (lCode == FILE_OPEN_FAILED && aEndpoint.ciDirection == RECEIVING)
         *apError = WhyNotRead(lParts.mName, lSystemError);
-    } else {
+    else
         *apError = aAddress + ": " + StatusText(lCode) + (lDenied ? lSystemError : "");
-    }
     return lDenied ? STATUS_FAILED : STATUS_USAGE;
 }

@@ -19,9 +19,8 @@ public:
         ciFifoCapacity = TOOL_FIFO_CAPACITY;
     }
     ~ToolEndpoint() override {
-        if (ciState == STATE_OPEN) {
+        if (ciState == STATE_OPEN)
             ciState = STATE_CLOSED;  // Close would trace that there is no task to suspend; members free the layers
-        }
         CloseIfOpen();
     }
 };

@@ -45,9 +45,8 @@ std::string FindingText(const Finding& aFinding) {
 }
 
 void FaultCounts::Add(const Findings& aFindings) {
-    for (const Finding& lFinding : aFindings) {
+    for (const Finding& lFinding : aFindings)
         cCounts[lFinding.mFault] += lFinding.mCount;
-    }
 }
 
 bool FaultCounts::HasLoss() const {
@@ -57,10 +56,8 @@ bool FaultCounts::HasLoss() const {
 
 std::vector<Fault> FaultCounts::GetFound() const {
     std::vector<Fault> lFound;
-    for (unsigned lFault = 0; lFault < FAULT_COUNT; ++lFault) {
-        if (cCounts[lFault] > 0) {
+    for (unsigned lFault = 0; lFault < FAULT_COUNT; ++lFault)
+        if (cCounts[lFault] > 0)
             lFound.push_back(static_cast<Fault>(lFault));
-        }
-    }
     return lFound;
 }

@@ -18,11 +18,10 @@ public:
         }
         cDue += FRAME_TIME;
         const auto lWait = static_cast<int32_t>(cDue - platform::TickCount());
-        if (lWait > 0) {
+        if (lWait > 0)
             platform::Sleep(static_cast<uint32_t>(lWait));
-        } else if (lWait < -2 * static_cast<int32_t>(FRAME_TIME)) {
+        else if (lWait < -2 * static_cast<int32_t>(FRAME_TIME))
             cDue -= static_cast<uint32_t>(lWait);
-        }
     }
 
 private:

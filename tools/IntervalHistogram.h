@@ -20,9 +20,8 @@ public:
         uint64_t lCount = 0;
         for (uint32_t lInterval = 0; lInterval < LONGEST; ++lInterval) {
             lCount += cCounts[lInterval];
-            if (lCount >= lRank) {
+            if (lCount >= lRank)
                 return lInterval;
-            }
         }
         return LONGEST;
     }

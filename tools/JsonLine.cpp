@@ -28,8 +28,7 @@ double JsonDecimal(double aValue, int aDigits) {
 
 nlohmann::ordered_json JsonOf(const ReceptionStatistics& aReception) {
     nlohmann::ordered_json lObject = nlohmann::ordered_json::object();
-    for (const auto& [lName, lCount] : aReception.GetCounts()) {
+    for (const auto& [lName, lCount] : aReception.GetCounts())
         lObject[lName] = lCount;
-    }
     return lObject;
 }

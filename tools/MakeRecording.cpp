@@ -8,9 +8,8 @@ bool MakeRecording(const MdiMakeOptions& aOptions, std::vector<unsigned char>* a
         return false;
     }
     Multiplex lMultiplex;
-    if (!MakeMultiplex(aOptions.mMode, aOptions.mStreams, &lMultiplex, apError)) {
+    if (!MakeMultiplex(aOptions.mMode, aOptions.mStreams, &lMultiplex, apError))
         return false;
-    }
     const std::vector<SdcBlock> lBlocks = BuildSdcBlocks(aOptions.mMode, lMultiplex);
     if (lBlocks.empty()) {
         *apError = "the service description channel is too narrow to describe " +
@@ -19,11 +18,9 @@ bool MakeRecording(const MdiMakeOptions& aOptions, std::vector<unsigned char>* a
     }
     MdiFrames lFrames(aOptions.mMode, lMultiplex, lBlocks, aOptions.mFirstIdentity);
     RecordingWriter lWriter(aOptions.mFormat);
-    for (uint32_t lFrame = 0; lFrame < aOptions.mFrames; ++lFrame) {
-        if (!lWriter.AddFrame(*lFrames.Next(), apError)) {
+    for (uint32_t lFrame = 0; lFrame < aOptions.mFrames; ++lFrame)
+        if (!lWriter.AddFrame(*lFrames.Next(), apError))
             return false;
-        }
-    }
     *apRecording = lWriter.GetBytes();
     return true;
 }

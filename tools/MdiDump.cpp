@@ -39,12 +39,10 @@ void Dump(UnitSource& aSource, uint32_t aUnits, UnitCheck* apCheck, DumpReport* 
         MDIUnit lUnit(0, 0, 0);
         const UnitSource::Result lResult = aSource.Receive(&lUnit);
         apReport->Other(aSource.GetFindings());
-        if (lResult == UnitSource::Result::END) {
+        if (lResult == UnitSource::Result::END)
             return;
-        }
-        if (lResult == UnitSource::Result::UNIT) {
+        if (lResult == UnitSource::Result::UNIT)
             apReport->Unit(apCheck->Check(lUnit));
-        }
     }
 }
 
@@ -55,32 +53,26 @@ int main(int argc, char** argv) {
     Options lOptions;
     CommandLine lLine("mdi-dump", PURPOSE);
     AddOptions(&lLine, &lOptions);
-    if (const auto lStatus = lLine.Read(argc, argv)) {
+    if (const auto lStatus = lLine.Read(argc, argv))
         return *lStatus;
-    }
     UnitSource lSource;
     std::string lError;
     if (const int lStatus = lSource.Open(lOptions.mAddress, Protocol::MDI, lOptions.mReceiving, &lError);
-        lStatus != STATUS_DONE) {
+        lStatus != STATUS_DONE)
         return lLine.Fail(lStatus, lError);
-    }
     lOptions.mForm.mTimes = !lSource.IsFile() && !CaptureAddress::Is(lOptions.mAddress);
     DumpReport lReport(lOptions.mForm);
     UnitCheck lCheck(lSource.IsFile());
     lSource.Start();
     Dump(lSource, lOptions.mUnits, &lCheck, &lReport);
     lReport.Summary(lCheck, lSource.IsFile() && lSource.AtEnd(), lSource.GetReception());
-    if (OutputError() == EPIPE) {
+    if (OutputError() == EPIPE)
         return STATUS_FAILED;  // without a message, as other tools whose reader ends before them
-    }
-    if (OutputError() != 0) {
+    if (OutputError() != 0)
         return lLine.Fail(STATUS_FAILED, "standard output cannot be written: " + SystemText(OutputError()));
-    }
-    if (!lSource.GetCaptureCounts().empty()) {
+    if (!lSource.GetCaptureCounts().empty())
         lLine.Say(lSource.GetCaptureCounts());
-    }
-    if (!lSource.GetCaptureDamage().empty()) {
+    if (!lSource.GetCaptureDamage().empty())
         return lLine.Fail(STATUS_FAILED, lSource.GetCaptureDamage());
-    }
     return lSource.IsFile() && !lReport.IsSound() ? STATUS_FAILED : STATUS_DONE;
 }

@@ -29,18 +29,15 @@ int main(int argc, char** argv) {
     MdiMakeOptions lOptions;
     CommandLine lLine("mdi-make", PURPOSE);
     AddMdiMakeOptions(&lLine, &lOptions);
-    if (const auto lStatus = lLine.Read(argc, argv)) {
+    if (const auto lStatus = lLine.Read(argc, argv))
         return *lStatus;
-    }
     std::vector<unsigned char> lRecording;
     std::string lError;
-    if (!MakeRecording(lOptions, &lRecording, &lError)) {
+    if (!MakeRecording(lOptions, &lRecording, &lError))
         return lLine.Fail(STATUS_USAGE, lError);
-    }
     OutputFile lFile(lOptions.mOutput);
-    if (!lFile.Open() || !lFile.Write(lRecording.data(), lRecording.size()) || !lFile.Finish()) {
+    if (!lFile.Open() || !lFile.Write(lRecording.data(), lRecording.size()) || !lFile.Finish())
         return lLine.Fail(STATUS_FAILED, "cannot write " + lOptions.mOutput + ": " + SystemText(lFile.GetError()));
-    }
     if (!FitsAddress(lOptions.mOutput)) {
         lLine.Say("warning: no DCP address can hold '" + lOptions.mOutput +
                   "'; it takes paths of at most 103 characters without blanks, colons and question marks");

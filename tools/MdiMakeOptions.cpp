@@ -14,9 +14,8 @@ bool ReadStreams(const std::string& aText, std::vector<uint32_t>* apStreams) {
     apStreams->clear();
     for (const std::string& lPart : Parts(aText, ',')) {
         uint32_t lSize = 0;
-        if (!ReadNumber(lPart, &lSize) || lSize == 0 || lSize > MAX_STREAM_SIZE) {
+        if (!ReadNumber(lPart, &lSize) || lSize == 0 || lSize > MAX_STREAM_SIZE)
             return false;
-        }
         apStreams->push_back(lSize);
     }
     return apStreams->size() <= MAX_STREAMS;
@@ -24,19 +23,24 @@ bool ReadStreams(const std::string& aText, std::vector<uint32_t>* apStreams) {
 
 void AddChannelOptions(CommandLine* apLine, MdiMakeOptions* apOptions) {
     DrmMode* const lpMode = &apOptions->mMode;
-    apLine->AddChoice("-m,--mode", {"A", "B", "C", "D"}, "robustness mode (B)",
-                      [lpMode](size_t aWord) { lpMode->mRobustness = static_cast<unsigned>(aWord); });
-    apLine->AddChoice("--occupancy", {"0", "1", "2", "3", "4", "5", "4.5", "5kHz", "9", "10", "18", "20"},
-                      "code of the bandwidth, or its width in kHz (10)",
-                      [lpMode](size_t aWord) { lpMode->mOccupancy = static_cast<unsigned>(aWord % OCCUPANCIES); });
-    apLine->AddChoice("--sdc-mode", {"16", "4"}, "QAM of the service description channel (16)",
-                      [lpMode](size_t aWord) { lpMode->mSdc4Qam = aWord == 1; });
-    apLine->AddChoice("--msc-mode", {"64", "16", "hmsym", "hmmix"},
-                      "QAM of the streams (64); hmsym and hmmix are\n64-QAM, hierarchical on I and Q or on I only, "
-                      "and\nstream 0 is the hierarchical one",
-                      [lpMode](size_t aWord) { lpMode->mMsc = MSC_MODES[aWord]; });
-    apLine->AddChoice("--interleaving", {"long", "short"}, "over 2 s or 400 ms (long)",
-                      [lpMode](size_t aWord) { lpMode->mShortInterleaving = aWord == 1; });
+    apLine->AddChoice(
+        "-m,--mode", {"A", "B", "C", "D"}, "robustness mode (B)",
+        [lpMode](size_t aWord) { lpMode->mRobustness = static_cast<unsigned>(aWord); });
+    apLine->AddChoice(
+        "--occupancy", {"0", "1", "2", "3", "4", "5", "4.5", "5kHz", "9", "10", "18", "20"},
+        "code of the bandwidth, or its width in kHz (10)",
+        [lpMode](size_t aWord) { lpMode->mOccupancy = static_cast<unsigned>(aWord % OCCUPANCIES); });
+    apLine->AddChoice(
+        "--sdc-mode", {"16", "4"}, "QAM of the service description channel (16)",
+        [lpMode](size_t aWord) { lpMode->mSdc4Qam = aWord == 1; });
+    apLine->AddChoice(
+        "--msc-mode", {"64", "16", "hmsym", "hmmix"},
+        "QAM of the streams (64); hmsym and hmmix are\n64-QAM, hierarchical on I and Q or on I only, "
+        "and\nstream 0 is the hierarchical one",
+        [lpMode](size_t aWord) { lpMode->mMsc = MSC_MODES[aWord]; });
+    apLine->AddChoice(
+        "--interleaving", {"long", "short"}, "over 2 s or 400 ms (long)",
+        [lpMode](size_t aWord) { lpMode->mShortInterleaving = aWord == 1; });
     apLine->AddText("-s,--streams", "SIZE[,SIZE...]",
                     "one to four streams of 1 to 4095 bytes per frame\n(two that the strongest protection carries)",
                     [apOptions](const std::string& aText) { return ReadStreams(aText, &apOptions->mStreams); });

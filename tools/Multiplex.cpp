@@ -11,20 +11,17 @@ using Capacity = uint32_t (*)(const DrmMode&, unsigned);
 
 std::vector<uint32_t> DefaultStreams(const DrmMode& aMode) {
     const uint32_t lRest = std::min(StreamCapacity(aMode, 0), MAX_DEFAULT_SIZE);
-    if (IsHierarchical(aMode)) {
+    if (IsHierarchical(aMode))
         return {HierarchicalCapacity(aMode, 0), lRest / 2};
-    }
     return {lRest - lRest / 4, lRest / 4};
 }
 
 // The strongest of aLevels levels that carries aSize bytes into *apLevel, or false and the reason.
 bool ChooseLevel(const DrmMode& aMode, uint32_t aSize, Capacity aCapacity, unsigned aLevels, unsigned* apLevel,
                  std::string* apError) {
-    for (*apLevel = 0; *apLevel < aLevels; ++*apLevel) {
-        if (aSize <= aCapacity(aMode, *apLevel)) {
+    for (*apLevel = 0; *apLevel < aLevels; ++*apLevel)
+        if (aSize <= aCapacity(aMode, *apLevel))
             return true;
-        }
-    }
     *apError = "take " + std::to_string(aSize) + " bytes per frame; the channel carries " +
                std::to_string(aCapacity(aMode, aLevels - 1)) + " at most";
     return false;
@@ -37,9 +34,8 @@ bool MakeMultiplex(const DrmMode& aMode, const std::vector<uint32_t>& aStreams, 
     apMultiplex->mStreams = aStreams.empty() ? DefaultStreams(aMode) : aStreams;
     apMultiplex->mHierarchical = IsHierarchical(aMode);
     uint32_t lSize = 0;
-    for (const uint32_t lStream : apMultiplex->mStreams) {
+    for (const uint32_t lStream : apMultiplex->mStreams)
         lSize += lStream;
-    }
     std::string lReason;
     if (apMultiplex->mHierarchical) {
         const uint32_t lFirst = apMultiplex->mStreams[0];

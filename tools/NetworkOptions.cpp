@@ -14,10 +14,9 @@ bool IsAddress(const std::string& aText) {
 bool IsInterface(const std::string& aText) {
     if (!IsAddress(aText))
         return platform::FindInterface(aText.c_str()).has_value();
-    for (const uint32_t lAddress : platform::InterfaceAddresses().value_or(platform::AddressList())) {
+    for (const uint32_t lAddress : platform::InterfaceAddresses().value_or(platform::AddressList()))
         if (lAddress == platform::ParseAddress(aText.c_str()))
             return true;
-    }
     return false;
 }
 

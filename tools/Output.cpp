@@ -21,9 +21,8 @@ void PrepareTool() {
 
 void PrintLine(const std::string& aLine) {
     const bool lWritten = std::fputs((aLine + "\n").c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
-    if (!lWritten && sOutputError == 0) {
+    if (!lWritten && sOutputError == 0)
         sOutputError = errno;
-    }
 }
 
 int OutputError() {

@@ -9,9 +9,8 @@
 #include "platform/File.h"
 
 OutputFile::~OutputFile() {
-    if (cFile != nullptr) {
+    if (cFile != nullptr)
         std::fclose(cFile);
-    }
     if (!cTemporary.empty()) {
         std::error_code lIgnored;
         std::filesystem::remove(cTemporary, lIgnored);
@@ -26,19 +25,16 @@ bool OutputFile::Open() {
         cFile = std::fopen(cTarget.string().c_str(), "wb");
         return Check(cFile != nullptr);
     }
-    if (lReplaces) {
+    if (lReplaces)
         cTarget = std::filesystem::canonical(cTarget, lIgnored);
-    }
     std::filesystem::path lTemporary = cTarget;
     lTemporary.replace_filename(".new-" + std::to_string(std::random_device()()));
     cFile = std::fopen(lTemporary.string().c_str(), "wbx");
-    if (!Check(cFile != nullptr)) {
+    if (!Check(cFile != nullptr))
         return false;
-    }
     cTemporary = lTemporary;
-    if (lReplaces) {
+    if (lReplaces)
         std::filesystem::permissions(cTemporary, lFormer.permissions(), lIgnored);
-    }
     return true;
 }
 
@@ -50,21 +46,18 @@ bool OutputFile::Finish() {
     const bool lDirect = cTemporary.empty();
     const bool lWritten = Check(lDirect ? std::fflush(cFile) == 0 : platform::SyncFile(cFile));
     const bool lClosed = std::fclose(std::exchange(cFile, nullptr)) == 0;
-    if (!lWritten || !Check(lClosed) || lDirect) {
+    if (!lWritten || !Check(lClosed) || lDirect)
         return lWritten && lClosed;
-    }
     std::error_code lError;
     std::filesystem::rename(cTemporary, cTarget, lError);
     cError = lError.value();
-    if (!lError) {
+    if (!lError)
         cTemporary.clear();
-    }
     return !lError;
 }
 
 bool OutputFile::Check(bool aSuccess) {
-    if (!aSuccess) {
+    if (!aSuccess)
         cError = errno;
-    }
     return aSuccess;
 }

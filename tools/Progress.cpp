@@ -26,8 +26,7 @@ void Progress::Show(const std::string& aText) {
 }
 
 void Progress::Clear() {
-    if (cShown) {
+    if (cShown)
         std::fputs("\r\x1B[K", stderr);  // to the line's start, and clear it
-    }
     cShown = false;
 }

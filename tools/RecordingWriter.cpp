@@ -22,11 +22,10 @@ bool RecordingWriter::AddFrame(const Packet& aTagPacket, std::string* apError) {
     lPacket.SetCRC(true);
 
     const size_t lSizeBefore = cBytes.size();
-    if (!cFormat.mPft) {
+    if (!cFormat.mPft)
         AddRecord(lPacket);
-    } else if (!Cut(lPacket, apError)) {
+    else if (!Cut(lPacket, apError))
         return false;
-    }
     if (cBytes.size() > FILE_MAX_SIZE) {
         cBytes.resize(lSizeBefore);
         *apError = "a recording has " + std::to_string(FILE_MAX_SIZE) + " bytes at most; " + std::to_string(cFrames) +

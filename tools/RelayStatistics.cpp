@@ -45,9 +45,8 @@ std::string RelayStatistics::Line(bool aJson, bool aFinal, const ReceptionStatis
                                     {"lost", cLost},
                                     {"bytes", cBytes},
                                     {"kbit_per_s", JsonDecimal(lRate, 1)}};
-    if (apReception != nullptr) {
+    if (apReception != nullptr)
         lLine["reception"] = JsonOf(*apReception);
-    }
     return JsonLine(lLine);
 }
 

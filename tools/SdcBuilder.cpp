@@ -77,12 +77,10 @@ std::vector<SdcBlock> BuildSdcBlocks(const DrmMode& aMode, const Multiplex& aMul
     const size_t lDataSize = SdcDataSize(aMode);
     std::vector<Bytes> lFields(1);
     for (const Bytes& lEntity : lEntities) {
-        if (lEntity.size() > lDataSize) {
+        if (lEntity.size() > lDataSize)
             return {};
-        }
-        if (lEntity.size() > lDataSize - lFields.back().size()) {
+        if (lEntity.size() > lDataSize - lFields.back().size())
             lFields.emplace_back();
-        }
         lFields.back().insert(lFields.back().end(), lEntity.begin(), lEntity.end());
     }
     return FinishBlocks(lFields, lDataSize);

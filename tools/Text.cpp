@@ -25,21 +25,18 @@ bool ReadNumber(std::string_view aText, uint32_t* apNumber) {
 
 std::vector<std::string> Parts(const std::string& aText, char aSeparator) {
     std::vector<std::string> lParts(1);
-    for (const char lCharacter : aText) {
-        if (lCharacter == aSeparator) {
+    for (const char lCharacter : aText)
+        if (lCharacter == aSeparator)
             lParts.emplace_back();
-        } else {
+        else
             lParts.back() += lCharacter;
-        }
-    }
     return lParts;
 }
 
 std::string Printable(std::string_view aBytes) {
     std::string lText;
-    for (const char lByte : aBytes) {
+    for (const char lByte : aBytes)
         lText += IsPrintable(lByte) ? std::string(1, lByte) : Formatted("\\x%02X", lByte);
-    }
     return lText;
 }
 
@@ -54,9 +51,8 @@ std::string WithoutControls(std::string_view aText) {
 
 std::string Hex(std::string_view aBytes) {
     std::string lText;
-    for (const char lByte : aBytes) {
+    for (const char lByte : aBytes)
         lText += Formatted("%02x", lByte);
-    }
     return lText;
 }
 

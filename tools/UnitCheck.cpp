@@ -51,9 +51,8 @@ UnitFacts UnitCheck::Check(MDIUnit& aUnit) {
     if (aUnit.GetFac(lFac) == 1) {
         CheckFac(lFac, &lFacts);
         unsigned char lRobustness = 0;
-        if (aUnit.GetRobm(&lRobustness) == 1) {
+        if (aUnit.GetRobm(&lRobustness) == 1)
             CheckMode(ModeText(ParseFac(lFac), lRobustness), &lFacts.mFindings);
-        }
     }
     return lFacts;
 }
@@ -77,31 +76,27 @@ void UnitCheck::CheckCounter(uint32_t aDlfc, Findings* apFindings) {
 
 void UnitCheck::CheckFac(const unsigned char (&aFac)[MDI_FAC_SIZE], UnitFacts* apFacts) {
     static const CRC8 sCRC(0x1D, false);  // as in FacBuilder
-    if (sCRC.Compute(aFac, MDI_FAC_SIZE - 1) != aFac[MDI_FAC_SIZE - 1]) {
+    if (sCRC.Compute(aFac, MDI_FAC_SIZE - 1) != aFac[MDI_FAC_SIZE - 1])
         apFacts->mFindings.push_back({FAULT_FAC_CRC, ""});
-    }
     apFacts->mIdentity = ParseFac(aFac).mIdentity;
     CheckOrder(*apFacts->mIdentity, &apFacts->mFindings);
 }
 
 void UnitCheck::CheckOrder(int aIdentity, Findings* apFindings) {
     const bool lStarted = std::exchange(cOrderStarted, true);
-    if (cOrder.Accept(aIdentity)) {
+    if (cOrder.Accept(aIdentity))
         return;
-    }
     if (cRecording) {
         apFindings->push_back({FAULT_ORDER, "the player leaves it out"});
         return;
     }
-    if (lStarted) {
+    if (lStarted)
         apFindings->push_back({FAULT_ORDER, ""});
-    }
     cOrder = SuperFrameOrder(aIdentity + 1);
 }
 
 void UnitCheck::CheckMode(const std::string& aMode, Findings* apFindings) {
-    if (!cMode.empty() && aMode != cMode) {
+    if (!cMode.empty() && aMode != cMode)
         apFindings->push_back({FAULT_MODE_CHANGE, aMode});
-    }
     cMode = aMode;
 }

@@ -20,9 +20,8 @@ int UnitSink::Open(const std::string& aAddress, Protocol aProtocol, const Sendin
 
 UnitSink::Result UnitSink::Send(Packet* apUnit) {
     errno = 0;
-    if (cEndpoint.PushUnit(apUnit) == 1) {
+    if (cEndpoint.PushUnit(apUnit) == 1)
         return Result::SENT;
-    }
     cSystemError = cEndpoint.ciUDPIPLayer != nullptr ? cEndpoint.ciUDPIPLayer->ciSocket.GetSystemError() : errno;
     cCode = cEndpoint.GetError();
     return cCode == FILE_END ? Result::FULL : cCode == FILE_WRITE_FAILED ? Result::FAILED : Result::LOST;

@@ -16,9 +16,8 @@ constexpr uint32_t TAG_INDEX = 0;  // of the only protocol
 
 int UnitSource::Open(const std::string& aAddress, Protocol aProtocol, const ReceivingOptions& aOptions,
                      std::string* apError) {
-    if (CaptureAddress::Is(aAddress)) {
+    if (CaptureAddress::Is(aAddress))
         return OpenCapture(aAddress, aProtocol, apError);
-    }
     DCPAddress lParts;
     const bool lIsFile = lParts.Parse(aAddress.c_str()) == 0 && lParts.mTransport == TRANSPORT_FILE;
     if (lIsFile) {
@@ -36,25 +35,22 @@ int UnitSource::Open(const std::string& aAddress, Protocol aProtocol, const Rece
 
 int UnitSource::OpenCapture(const std::string& aAddress, Protocol aProtocol, std::string* apError) {
     auto lCapture = std::make_unique<CaptureTransport>();
-    if (const int lStatus = lCapture->Open(aAddress, apError); lStatus != STATUS_DONE) {
+    if (const int lStatus = lCapture->Open(aAddress, apError); lStatus != STATUS_DONE)
         return lStatus;
-    }
     cpCapture = lCapture.get();
     cEndpoint.ciObserver = &cReception;
     cEndpoint.ciSettings.mLive = true;
     DCPAddress lParts;
     lParts.mPFT = true;
-    if (cEndpoint.Open(std::move(lCapture), lParts) == 1 && Enable(cEndpoint, aProtocol) == 1) {
+    if (cEndpoint.Open(std::move(lCapture), lParts) == 1 && Enable(cEndpoint, aProtocol) == 1)
         return STATUS_DONE;
-    }
     *apError = aAddress + ": " + StatusText(cEndpoint.GetError());
     return STATUS_FAILED;
 }
 
 void UnitSource::Start() {
-    if (!IsRead()) {
+    if (!IsRead())
         cEndpoint.Start();
-    }
 }
 
 std::string UnitSource::GetCaptureCounts() const {
@@ -63,28 +59,24 @@ std::string UnitSource::GetCaptureCounts() const {
 
 UnitSource::Result UnitSource::Receive(Packet* apOut) {
     cFindings.clear();
-    if (MustEnd()) {
+    if (MustEnd())
         return Result::END;
-    }
-    if (IsRead()) {
+    if (IsRead())
         return Pull(apOut);
-    }
     uint32_t lTimeOut = WAIT;
     return cEndpoint.Receive(apOut, &lTimeOut, TAG_INDEX) == 1 ? Result::UNIT : Result::NOTHING;
 }
 
 // Counts what waits when the wish to end is first seen, so that a sender that goes on cannot hold the program.
 bool UnitSource::MustEnd() {
-    if (!platform::Interrupted()) {
+    if (!platform::Interrupted())
         return false;
-    }
     if (!cDraining) {
         cDraining = true;
         cLeft = IsRead() ? 0 : cEndpoint.GetQueueCount(TAG_INDEX);
     }
-    if (cLeft == 0) {
+    if (cLeft == 0)
         return true;
-    }
     --cLeft;
     return false;
 }

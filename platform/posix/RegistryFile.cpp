@@ -29,12 +29,11 @@ std::optional<uint32_t> ReadRegistryNumber(const char* aKey, const char* aValueN
     TextLine lLine;
     bool lInKey = false;
     std::optional<uint32_t> lNumber;
-    while (lLines.Next(&lLine)) {
+    while (lLines.Next(&lLine))
         if (lLine.mIsSection)
             lInKey = lLine.mName == lKey;
         else if (lInKey && lLine.mName == lName)
             lNumber = ParseDword(lLine.mValue);  // the last line counts, as it does when the file is imported
-    }
     return lNumber;
 }
 

@@ -82,10 +82,9 @@ public:
     // Returns the IP packet of the next request; an empty one when there is none.
     std::vector<unsigned char> Next() {
         unsigned char lBytes[2000];
-        for (ssize_t lSize = 0; (lSize = recv(cHandle, lBytes, sizeof lBytes, 0)) >= 0;) {
+        for (ssize_t lSize = 0; (lSize = recv(cHandle, lBytes, sizeof lBytes, 0)) >= 0;)
             if (lSize > IP_HEADER && lBytes[0] == 0x45 && lBytes[9] == IPPROTO_ICMP && lBytes[IP_HEADER] == 8)
                 return {lBytes, lBytes + lSize};
-        }
         return {};
     }
 

@@ -70,14 +70,13 @@ TEST_F(AFLayerTest, FollowsSequenceNumbers) {
     for (const auto& [lSequences, lExpected] : CASES) {
         cLayer.ciState = 0;
         cLayer.ciQueue->Clear();
-        for (const int lSequence : lSequences) {
+        for (const int lSequence : lSequences)
             if (lSequence == -1)
                 cTransport.WillTimeOut();
             else if (lSequence == -2)
                 cTransport.WillFail();
             else
                 cTransport.WillReceive(Framed(static_cast<uint16_t>(lSequence)));
-        }
         EXPECT_EQ(lExpected, ReceiveAll(cLayer, "T"));
     }
     EXPECT_EQ(11u, cLayer.GetError());  // the transport's code

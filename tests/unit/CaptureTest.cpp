@@ -15,9 +15,8 @@ std::string Hex(const std::string& aDigits) {
     std::string lBytes;
     std::string lByte;
     for (const char lDigit : aDigits) {
-        if (lDigit != ' ') {
+        if (lDigit != ' ')
             lByte += lDigit;
-        }
         if (lByte.size() == 2) {
             lBytes += static_cast<char>(std::stoi(lByte, nullptr, 16));
             lByte.clear();
@@ -181,9 +180,8 @@ TEST(CaptureDecoderTest, PutsFragmentsTogether) {
     };
     for (const auto& lCase : CASES) {
         std::vector<std::string> lFrames;
-        for (const std::string& lFrame : lCase.mFrames) {
+        for (const std::string& lFrame : lCase.mFrames)
             lFrames.push_back(Hex(lFrame));
-        }
         const Decoded lDecoded = Decode(LinkType::RAW_IP, lFrames);
         const auto lNumber = &lCase - CASES;
         EXPECT_EQ(lCase.mTexts, lDecoded.mTexts) << "case " << lNumber;
@@ -279,9 +277,8 @@ std::string Pcap(const std::vector<std::string>& aFrames, bool aNanoseconds) {
                         Number(1, 4, aNanoseconds);
     for (size_t lIndex = 0; lIndex < aFrames.size(); ++lIndex) {
         const size_t lFraction = lIndex * (aNanoseconds ? 1500 : 2);
-        for (const size_t lField : {1700000000 + lIndex, lFraction, aFrames[lIndex].size(), aFrames[lIndex].size()}) {
+        for (const size_t lField : {1700000000 + lIndex, lFraction, aFrames[lIndex].size(), aFrames[lIndex].size()})
             lFile += Number(lField, 4, aNanoseconds);
-        }
         lFile += aFrames[lIndex];
     }
     return lFile;
@@ -296,15 +293,13 @@ std::string Block(size_t aType, std::string aBody) {
 // The same as pcapng, on interfaces of the given link types, of which the first one captured.
 std::string PcapNg(const std::vector<std::string>& aFrames, const std::vector<size_t>& aLinkTypes) {
     std::string lFile = Block(0x0A0D0D0A, Hex("4d3c2b1a 0100 0000 ffffffffffffffff"));
-    for (const size_t lLinkType : aLinkTypes) {
+    for (const size_t lLinkType : aLinkTypes)
         lFile += Block(1, Number(lLinkType, 4, false) + Number(65535, 4, false));
-    }
     for (size_t lIndex = 0; lIndex < aFrames.size(); ++lIndex) {
         const size_t lTime = (1700000000 + lIndex) * 1000000 + lIndex * 2;
         std::string lBody;
-        for (const size_t lField : {size_t{0}, lTime >> 32, lTime, aFrames[lIndex].size(), aFrames[lIndex].size()}) {
+        for (const size_t lField : {size_t{0}, lTime >> 32, lTime, aFrames[lIndex].size(), aFrames[lIndex].size()})
             lBody += Number(lField, 4, false);
-        }
         lFile += Block(6, lBody + aFrames[lIndex]);
     }
     return lFile;
@@ -319,9 +314,8 @@ protected:
         CaptureSource lSource;
         std::string lRead;
         cStatus = lSource.Open("pcap:capture" + aOptions, &lRead);
-        if (cStatus != STATUS_DONE) {
+        if (cStatus != STATUS_DONE)
             return lRead;
-        }
         CaptureDatagram lDatagram;
         while (lSource.Read(&lDatagram)) {
             lRead += std::to_string(lDatagram.mData.size()) + " at " +

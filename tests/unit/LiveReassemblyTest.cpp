@@ -155,10 +155,9 @@ std::vector<uint32_t> Recoverable(const Datagrams& aSent, const Datagrams& aArri
     for (const Datagram& lDatagram : aArrived)
         lMissing[lDatagram.mUnit].erase(lDatagram.mBytes);
     std::vector<uint32_t> lUnits;
-    for (uint32_t lUnit = 0; lUnit < UNITS; ++lUnit) {
+    for (uint32_t lUnit = 0; lUnit < UNITS; ++lUnit)
         if (lMissing[lUnit].size() <= static_cast<size_t>(std::max(aWay, 0)))
             lUnits.push_back(lUnit);
-    }
     return lUnits;
 }
 
@@ -171,10 +170,9 @@ TEST(LiveReassemblyTest, LosesOnlyWhatTheNetworkLost) {
         {"loss", [&](Datagrams& aAll) { std::erase_if(aAll, [&](const Datagram&) { return lOneIn(12); }); }},
         {"doubles",
          [&](Datagrams& aAll) {
-             for (size_t lIndex = 0; lIndex < aAll.size(); ++lIndex) {
+             for (size_t lIndex = 0; lIndex < aAll.size(); ++lIndex)
                  if (lOneIn(20))
                      aAll.insert(aAll.begin() + static_cast<std::ptrdiff_t>(lIndex), Datagram(aAll[lIndex]));
-             }
          }},
         {"late by three",
          [&](Datagrams& aAll) {
