@@ -210,8 +210,12 @@ TEST(SemaphoreTest, WaitersWakeByReleaseAndByDeletion) {
     rtemsSemaphore lSemaphore("TEST", 0, 0, 0, 0, 0, 0, 0);
     for (const rtems_status_code lExpected : {RTEMS_SUCCESSFUL, RTEMS_OBJECT_WAS_DELETED}) {
         std::atomic<rtems_status_code> lStatus = RTEMS_NOT_CONFIGURED;
-        std::thread lWaiter(
-            [&lStatus, lId = lSemaphore.id] { lStatus = rtems_semaphore_obtain(lId, RTEMS_NO_WAIT, 0); });
+        std::atomic<bool> lRuns = false;
+        std::thread lWaiter([&lStatus, &lRuns, lId = lSemaphore.id] {
+            lRuns = true;
+            lStatus = rtems_semaphore_obtain(lId, RTEMS_NO_WAIT, 0);
+        });
+        EXPECT_TRUE(Eventually([&lRuns] { return lRuns.load(); }));
         platform::Sleep(20);
         EXPECT_EQ(RTEMS_NOT_CONFIGURED, lStatus);
         if (lExpected == RTEMS_SUCCESSFUL)
