@@ -83,7 +83,11 @@ std::optional<int> CommandLine::Read(int aCount, const char* const* apArguments)
 }
 
 void CommandLine::Say(const std::string& aText) const {
-    std::fprintf(stderr, "%s: %s\n", cProgram.c_str(), WithoutControls(aText).c_str());
+    std::string lStart = cProgram + ": ";
+    for (const std::string& lLine : Parts(aText, '\n')) {
+        std::fprintf(stderr, "%s%s\n", lStart.c_str(), WithoutControls(lLine).c_str());
+        lStart.clear();
+    }
 }
 
 int CommandLine::Fail(int aStatus, const std::string& aText) const {

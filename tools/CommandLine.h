@@ -41,7 +41,7 @@ public:
     // message about wrong usage has been printed.
     std::optional<int> Read(int aCount, const char* const* apArguments);
 
-    // Writes a message of one line in the program's name to standard error; the status is the result.
+    // Writes a message, usually of one line, in the program's name to standard error; the status is the result.
     void Say(const std::string& aText) const;
     int Fail(int aStatus, const std::string& aText) const;
 
