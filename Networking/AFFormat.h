@@ -21,6 +21,7 @@ constexpr uint32_t AF_CRC_SIZE = 2;
 constexpr uint32_t AF_OVERHEAD = AF_HEADER_SIZE + AF_CRC_SIZE;
 constexpr uint32_t AF_MAX_SIZE = 65537;  // a whole packet; its CRC then covers 65,535 bytes
 constexpr uint32_t AF_SEQUENCE_OFFSET = 6;
+constexpr uint8_t AF_MAJOR_VERSION = 1;  // what is sent and taken unless a layer is set otherwise
 
 struct AFHeader {
     uint32_t mLength = 0;  // of the payload, in bytes

@@ -8,7 +8,6 @@
 
 namespace {
 
-constexpr uint8_t AF_MAJOR_VERSION = 1;
 constexpr uint32_t MAX_COUNTED_LOSS = 1000;  // packets; a longer gap in the numbering is a new start
 
 }  // namespace
@@ -50,6 +49,7 @@ uint32_t LiveReassembly::Receive(Packet* apOut, uint32_t* apTimeOut) {
             cLayer.ciError = cLayer.ciLowerLayer->GetError();
             return 0;
         }
+        cQuietUntil = lResult == 2 ? lNow : cQuietUntil;
         if (lResult == 1) {
             TakeInput();
         } else if (cLayer.ciLowerLayer->ciAtEnd) {
@@ -85,7 +85,7 @@ uint32_t LiveReassembly::WaitBelow(uint64_t aStart, uint32_t* apTimeOut) {
 
 // Whether a packet has had its turn: it is in cReassembled.
 bool LiveReassembly::TakeReady() {
-    if (!cpCurrent->TakeNext(cTime, cEnding != Ending::NONE, cFEC, &cJoined))
+    if (!cpCurrent->TakeNext(cQuietUntil, cEnding != Ending::NONE, cFEC, &cJoined))
         return false;
     cReassembled.Share(&cJoined);
     return true;
@@ -175,7 +175,7 @@ bool LiveReassembly::TakeInCurrent(int32_t aPlace) {
 
 // A numbering that begins anew a little behind grows into the current window; its parts stay together.
 bool LiveReassembly::ContinuesCandidate() {
-    if (cpCandidate->GetHeard() + 1 < LIVE_PACKETS_OF_NEW_NUMBERING)
+    if (cpCandidate->GetHeard() + 1 < LIVE_PACKETS_OF_NEW_NUMBERING || !cpCandidate->IsActive())
         return false;
     const int32_t lPlace = cpCandidate->PlaceOf(cPart);
     const int32_t lHighest = static_cast<int16_t>(cpCandidate->GetHighest() - cpCandidate->GetNext());
@@ -198,8 +198,16 @@ void LiveReassembly::PutAside() {
         return;
     }
     Remember();
-    if (cpCandidate->GetHeard() >= LIVE_PACKETS_OF_NEW_NUMBERING)
+    const bool lReachesCurrent = static_cast<int16_t>(cpCandidate->GetHighest() - cpCurrent->GetNext()) >= 0;
+    const uint32_t lWanted =
+        IsJustBehind() && !lReachesCurrent ? LIVE_PACKETS_JUST_BEHIND : LIVE_PACKETS_OF_NEW_NUMBERING;
+    if (cpCandidate->GetHeard() >= lWanted)
         cEnding = Ending::TO_CANDIDATE;
+}
+
+bool LiveReassembly::IsJustBehind() const {
+    const auto lAhead = static_cast<int16_t>(cpCandidate->GetNext() - cpCurrent->GetNext());
+    return lAhead < 0 && lAhead >= -2 * ReceptionWindow::SIZE;
 }
 
 // What was put aside has turned out to be late or stray.
@@ -214,9 +222,7 @@ void LiveReassembly::DropCandidate() {
 // At the transport's end nothing more can show whether what was put aside is a new numbering or comes late: it is taken
 // for new unless its numbers are just behind.
 void LiveReassembly::EndNumbering() {
-    const auto lAhead = static_cast<int16_t>(cpCandidate->GetNext() - cpCurrent->GetNext());
-    const bool lIsNew = cpCandidate->IsActive() && (lAhead >= 0 || lAhead < -2 * ReceptionWindow::SIZE);
-    cEnding = lIsNew ? Ending::TO_CANDIDATE : Ending::TO_NOTHING;
+    cEnding = cpCandidate->IsActive() && !IsJustBehind() ? Ending::TO_CANDIDATE : Ending::TO_NOTHING;
 }
 
 // The current window is empty.

@@ -10,15 +10,18 @@
 
 class PFTLayer;
 
-constexpr uint32_t LIVE_PACKETS_OF_NEW_NUMBERING = 3;  // that show that a numbering has begun anew
+// So many packets show that a numbering has begun anew; more are wanted when their numbers are just behind, because
+// packets that were overtaken look alike.
+constexpr uint32_t LIVE_PACKETS_OF_NEW_NUMBERING = 3;
+constexpr uint32_t LIVE_PACKETS_JUST_BEHIND = 8;
 
 // Live reception: loses only what the network lost.  Packets of one sender pass through a window, which puts them into
 // their order and waits for what comes late (ReceptionWindow).
 //
 // A part whose number has no place in the window goes to a second window, the candidate.  When three packets of the
-// candidate have been heard and meanwhile nothing of the first window, the numbering has begun anew: the candidate
-// takes over with all that it holds.  Any part that has a place in the first window empties the candidate, so a stray
-// or forged fragment moves nothing.
+// candidate (eight with numbers just behind) have been heard and meanwhile nothing of the first window, the numbering
+// has begun anew: the candidate takes over with all that it holds.  Any part that has a place in the first window
+// empties the candidate, so a stray or forged fragment moves nothing.
 //
 // Doubles are known by their first and last bytes among the last datagrams, so that they are not taken for a new
 // numbering.  Time comes with each datagram (StackReporter::cInput); this class reads no clock.  In a recording time
@@ -46,6 +49,7 @@ private:
     void PutAside();
     bool ContinuesCandidate();
     void DropCandidate();
+    bool IsJustBehind() const;
     void EndNumbering();
     void FinishEnding();
     bool TakeReady();
@@ -62,6 +66,7 @@ private:
     ReceptionWindow* cpCandidate = &cWindows[1];
     Ending cEnding = Ending::NONE;
     uint64_t cTime = 0;        // the latest, in microseconds
+    uint64_t cQuietUntil = 0;  // the last time at which no datagram was waiting
     uint64_t cLastRecord = 0;  // of a recording
 
     Packet cInput{0};       // views the datagram in hand

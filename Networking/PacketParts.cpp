@@ -1,5 +1,7 @@
 #include "Networking/PacketParts.h"
 
+#include <algorithm>
+
 void PacketParts::Clear() {
     cCount = 0;
     cParts.clear();
@@ -33,6 +35,19 @@ PacketParts::Added PacketParts::Add(const PFTHeader& aHeader, const unsigned cha
     cBytes.insert(cBytes.end(), apPayload, apPayload + aHeader.mPlen);
     ++cCount;
     return Added::NEW;
+}
+
+bool PacketParts::Differs(const PFTHeader& aHeader, const unsigned char* apPayload) const {
+    const Part& lPart = cParts[aHeader.mFindex];
+    return lPart.mSize != aHeader.mPlen ||
+           !std::equal(apPayload, apPayload + aHeader.mPlen, cBytes.begin() + lPart.mOffset);
+}
+
+void PacketParts::Replace(const PFTHeader& aHeader, const unsigned char* apPayload) {
+    if (cBytes.size() + aHeader.mPlen > LIVE_MAX_PACKET_SIZE)
+        return;
+    cParts[aHeader.mFindex] = {static_cast<uint32_t>(cBytes.size()), aHeader.mPlen};
+    cBytes.insert(cBytes.end(), apPayload, apPayload + aHeader.mPlen);
 }
 
 bool PacketParts::Join(FECProcessor& aFEC, Packet* apPacket) const {

@@ -26,6 +26,11 @@ public:
     // one, and a packet beyond the limits.
     Added Add(const PFTHeader& aHeader, const unsigned char* apPayload);
 
+    // Whether the fragment that is there in the place of this one has other bytes.
+    bool Differs(const PFTHeader& aHeader, const unsigned char* apPayload) const;
+    // Puts this fragment in the place of the one that is there, as long as there is room for both.
+    void Replace(const PFTHeader& aHeader, const unsigned char* apPayload);
+
     bool IsWhole() const { return cCount > 0 && cCount == cFormat.mFcount; }
     bool HasParity() const { return cFormat.mFEC; }
     uint32_t GetMissing() const { return cCount > 0 ? cFormat.mFcount - cCount : 0; }

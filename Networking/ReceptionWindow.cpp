@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "Networking/AFFormat.h"
+#include "Networking/PFTPacket.h"
+
 namespace {
 
 constexpr int32_t MOST_OVERTAKEN = 3;  // packets before the first one that was heard
@@ -15,9 +18,28 @@ const PacketParts& ReceptionWindow::Slot::GetMost() const {
     return mParts[1].IsEmpty() || mParts[0].GetMissing() <= mParts[1].GetMissing() ? mParts[0] : mParts[1];
 }
 
+PacketParts::Added ReceptionWindow::Slot::Add(const ReceivedPart& aPart) {
+    const PacketParts::Added lAdded = mParts[0].Add(aPart.mHeader, aPart.mPayload);
+    if (lAdded == PacketParts::Added::REFUSED && !mAreTwins)
+        return mParts[1].Add(aPart.mHeader, aPart.mPayload);
+    if (lAdded == PacketParts::Added::NEW && mAreTwins)
+        mParts[1].Add(aPart.mHeader, aPart.mPayload);
+    if (lAdded == PacketParts::Added::DOUBLE && mParts[0].Differs(aPart.mHeader, aPart.mPayload)) {
+        if (mParts[1].IsEmpty()) {
+            mParts[1] = mParts[0];
+            mAreTwins = true;
+        }
+        if (mAreTwins)
+            mParts[1].Replace(aPart.mHeader, aPart.mPayload);
+    }
+    return lAdded;
+}
+
 void ReceptionWindow::Slot::Clear() {
     for (PacketParts& lParts : mParts)
         lParts.Clear();
+    mAreTwins = false;
+    mWasTooLittle = false;
     mLaterDatagrams = 0;
     mHasLater = false;
 }
@@ -52,17 +74,13 @@ int32_t ReceptionWindow::PlaceOf(const ReceivedPart& aPart) {
 
 PacketParts::Added ReceptionWindow::Put(const ReceivedPart& aPart, int32_t aPlace, uint64_t aNow) {
     Slot& lSlot = At(aPlace);
-    PacketParts::Added lAdded = PacketParts::Added::REFUSED;
-    for (PacketParts& lParts : lSlot.mParts) {
-        lAdded = lParts.Add(aPart.mHeader, aPart.mPayload);
-        if (lAdded != PacketParts::Added::REFUSED)
-            break;
-    }
+    const PacketParts::Added lAdded = lSlot.Add(aPart);
     if (lAdded != PacketParts::Added::NEW)
         return lAdded;
     ++cDatagrams;
     lSlot.mLastNews = aNow;
     lSlot.mLaterDatagrams = 0;
+    lSlot.mWasTooLittle = false;
     cHighest = static_cast<int16_t>(aPart.mHeader.mPSeq - cHighest) > 0 ? aPart.mHeader.mPSeq : cHighest;
     for (int32_t lEarlier = 0; lEarlier < aPlace; ++lEarlier) {
         Slot& lWaiting = At(lEarlier);
@@ -74,7 +92,8 @@ PacketParts::Added ReceptionWindow::Put(const ReceivedPart& aPart, int32_t aPlac
 }
 
 bool ReceptionWindow::IsNextAlone(const ReceivedPart& aPart, int32_t aPlace) const {
-    return aPlace == 0 && aPart.mHeader.mFcount == 1 && !aPart.mHeader.mFEC && !At(0).IsHeard();
+    return aPlace == 0 && aPart.mHeader.mFcount == 1 && !aPart.mHeader.mFEC && !At(0).IsHeard() &&
+           (aPart.mIsWholePacket || IsSound(aPart.mPayload, aPart.mHeader.mPlen));
 }
 
 void ReceptionWindow::SkipNext() {
@@ -90,9 +109,10 @@ uint64_t ReceptionWindow::DeadlineOf(const Slot& aSlot) const {
     uint64_t lDeadline = NEVER;
     if (aSlot.mHasLater)
         lDeadline = aSlot.mFirstLater + LIVE_GIVE_UP_TIME;
-    if (aSlot.IsHeard())
-        lDeadline =
-            std::min(lDeadline, aSlot.mLastNews + (aSlot.GetMost().HasParity() ? LIVE_QUIET_TIME : LIVE_GIVE_UP_TIME));
+    if (aSlot.IsHeard()) {
+        const bool lMayRebuild = aSlot.GetMost().HasParity() && !aSlot.mWasTooLittle;
+        lDeadline = std::min(lDeadline, aSlot.mLastNews + (lMayRebuild ? LIVE_QUIET_TIME : LIVE_GIVE_UP_TIME));
+    }
     return lDeadline;
 }
 
@@ -105,23 +125,39 @@ uint32_t ReceptionWindow::GetHeard() const {
         cSlots.begin(), cSlots.end(), [](const Slot& aSlot) { return aSlot.IsHeard(); }));
 }
 
-bool ReceptionWindow::Join(const Slot& aSlot, FECProcessor& aFEC, Packet* apPacket) const {
-    const PacketParts& lMost = aSlot.GetMost();
-    const PacketParts& lOther = &lMost == &aSlot.mParts[0] ? aSlot.mParts[1] : aSlot.mParts[0];
-    return lMost.Join(aFEC, apPacket) || lOther.Join(aFEC, apPacket);
+bool ReceptionWindow::IsSound(const unsigned char* apBytes, size_t aSize) {
+    AFHeader lHeader;
+    return ParseAFPacket(apBytes, aSize, AF_MAJOR_VERSION, PFTPacket::SharedEngine(), &lHeader) == AFCheck::VALID;
 }
 
-bool ReceptionWindow::TakeNext(uint64_t aNow, bool aFlush, FECProcessor& aFEC, Packet* apPacket) {
+bool ReceptionWindow::Join(const Slot& aSlot, FECProcessor& aFEC, Packet* apPacket) {
+    const PacketParts& lMost = aSlot.GetMost();
+    const PacketParts& lOther = &lMost == &aSlot.mParts[0] ? aSlot.mParts[1] : aSlot.mParts[0];
+    return (lMost.Join(aFEC, apPacket) && IsSound(apPacket->cData, apPacket->GetSize())) ||
+           (lOther.Join(aFEC, apPacket) && IsSound(apPacket->cData, apPacket->GetSize()));
+}
+
+bool ReceptionWindow::TakeNext(uint64_t aQuietUntil, bool aFlush, FECProcessor& aFEC, Packet* apPacket) {
     while (cActive) {
-        const Slot& lSlot = At(0);
+        Slot& lSlot = At(0);
         const bool lIsWhole = lSlot.GetMost().IsWhole();
-        const bool lRestIsLost =
-            lSlot.mLaterDatagrams >= LIVE_PATIENCE || aNow >= DeadlineOf(lSlot) || (aFlush && GetHeard() > 0);
-        if (!lIsWhole && !lRestIsLost)
+        const bool lRestIsLost = lSlot.mLaterDatagrams >= LIVE_PATIENCE || (aFlush && GetHeard() > 0);
+        const bool lIsQuiet = aQuietUntil >= DeadlineOf(lSlot);
+        if (!lIsWhole && !lRestIsLost && !lIsQuiet)
             return false;
-        const uint32_t lMissing = lSlot.GetMost().GetMissing();
         const bool lJoined = Join(lSlot, aFEC, apPacket);
-        cLayer.Report(StackEvent::FRAGMENTS_LOST, lMissing, cNext);
+        if (!lJoined && !lIsWhole && !lRestIsLost && lSlot.GetMost().HasParity() && !lSlot.mWasTooLittle) {
+            lSlot.mWasTooLittle = true;
+            continue;
+        }
+        if (lIsWhole && !lJoined) {
+            cLayer.Report(StackEvent::PACKET_DAMAGED, 1, cNext);
+            for (PacketParts& lParts : lSlot.mParts)
+                lParts.Clear();  // a sound double may come yet
+            lSlot.mAreTwins = false;
+            continue;
+        }
+        cLayer.Report(StackEvent::FRAGMENTS_LOST, lSlot.GetMost().GetMissing(), cNext);
         if (lJoined) {
             cLayer.Report(StackEvent::PACKET_REBUILT, lIsWhole ? 0 : 1, cNext);
             cLayer.Report(StackEvent::PACKET_COMPLETED, 1, cNext);

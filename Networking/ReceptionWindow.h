@@ -24,8 +24,8 @@ struct ReceivedPart {
 // parity once the rest counts as lost, or given up.
 //
 // The rest of a packet counts as lost when LIVE_PATIENCE datagrams of later packets have come since its last one, when
-// a packet with parity has been quiet for LIVE_QUIET_TIME, or when a packet has held up later ones, or been quiet, for
-// LIVE_GIVE_UP_TIME.  So a loss adds at most 2 seconds of latency, with parity 0.6.
+// a packet has been quiet for LIVE_QUIET_TIME and its parity suffices, or when a packet has held up later ones, or been
+// quiet, for LIVE_GIVE_UP_TIME.  So a loss adds at most 2 seconds of latency, with parity 0.6.
 //
 // Memory is bounded by SIZE packets with two PacketParts each, below 4 MB.  One thread; reads no clock.
 class ReceptionWindow {
@@ -50,11 +50,14 @@ public:
     PacketParts::Added Put(const ReceivedPart& aPart, int32_t aPlace, uint64_t aNow);
 
     // The next packet whose turn has come, into *apPacket (room for LIVE_MAX_PACKET_SIZE bytes); false when there is
-    // none yet.  Gives up what counts as lost by now.  With aFlush nothing more is waited for.
-    bool TakeNext(uint64_t aNow, bool aFlush, FECProcessor& aFEC, Packet* apPacket);
+    // none yet.  Gives up what counts as lost at aQuietUntil, the last time at which no datagram was waiting to be
+    // read. With aFlush nothing more is waited for.
+    bool TakeNext(uint64_t aQuietUntil, bool aFlush, FECProcessor& aFEC, Packet* apPacket);
 
     // Whether the next packet to leave is this one and needs nothing else: then it may go up without a copy.
     bool IsNextAlone(const ReceivedPart& aPart, int32_t aPlace) const;
+    // Whether bytes are a sound AF packet: what is damaged holds no place that its sound double would need.
+    static bool IsSound(const unsigned char* apBytes, size_t aSize);
     void SkipNext();  // it went up
 
     // When time alone will change something, in microseconds; NEVER when it will not.
@@ -68,7 +71,11 @@ public:
 
 private:
     struct Slot {
-        PacketParts mParts[2];  // two, so that one stray fragment of another format does not keep the others out
+        // The second holds what does not fit the first: fragments of another format, or the whole again with the later
+        // one of two fragments that differ.  So neither a stray nor a damaged fragment keeps a packet from coming out.
+        PacketParts mParts[2];
+        bool mAreTwins = false;      // the second is of the first one's format
+        bool mWasTooLittle = false;  // for the parity, when the packet had been quiet for LIVE_QUIET_TIME
         uint64_t mLastNews = 0;
         uint64_t mFirstLater = 0;      // when the first datagram of a later packet came
         uint32_t mLaterDatagrams = 0;  // since the last news
@@ -76,13 +83,14 @@ private:
 
         bool IsHeard() const { return !mParts[0].IsEmpty() || !mParts[1].IsEmpty(); }
         const PacketParts& GetMost() const;
+        PacketParts::Added Add(const ReceivedPart& aPart);
         void Clear();
     };
 
     Slot& At(int32_t aPlace) { return cSlots[(cFirst + static_cast<uint32_t>(aPlace)) % SIZE]; }
     const Slot& At(int32_t aPlace) const { return cSlots[(cFirst + static_cast<uint32_t>(aPlace)) % SIZE]; }
     uint64_t DeadlineOf(const Slot& aSlot) const;
-    bool Join(const Slot& aSlot, FECProcessor& aFEC, Packet* apPacket) const;
+    static bool Join(const Slot& aSlot, FECProcessor& aFEC, Packet* apPacket);
 
     Layer& cLayer;
     bool cActive = false;

@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr uint8_t AF_MAJOR_VERSION = 1;
-
 const char* ProtocolsOf(const CaptureStream& aStream) {
     if (aStream.mAF > 0 && aStream.mPF > 0)
         return "AF+PF";
