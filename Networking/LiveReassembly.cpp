@@ -8,6 +8,7 @@
 
 namespace {
 
+constexpr uint32_t MOST_STRAYS = 2;
 constexpr uint32_t MAX_COUNTED_LOSS = 1000;  // packets; a longer gap in the numbering is a new start
 
 }  // namespace
@@ -185,7 +186,8 @@ bool LiveReassembly::ContinuesCandidate() {
 void LiveReassembly::PutAside() {
     int32_t lPlace = cpCandidate->PlaceOf(cPart);
     if (lPlace < 0 || lPlace >= ReceptionWindow::SIZE) {
-        if (cpCandidate->GetDatagrams() > 1) {  // a stray part displaces no numbering that is about to be recognised
+        // A stray part displaces no numbering that is about to be recognised, but several in a row do.
+        if (cpCandidate->GetDatagrams() > 1 && ++cStrays < MOST_STRAYS) {
             ReportPart(StackEvent::FRAGMENT_LATE, StackEvent::PACKET_LATE);
             return;
         }
@@ -198,6 +200,7 @@ void LiveReassembly::PutAside() {
         return;
     }
     Remember();
+    cStrays = 0;
     const bool lReachesCurrent = static_cast<int16_t>(cpCandidate->GetHighest() - cpCurrent->GetNext()) >= 0;
     const uint32_t lWanted =
         IsJustBehind() && !lReachesCurrent ? LIVE_PACKETS_JUST_BEHIND : LIVE_PACKETS_OF_NEW_NUMBERING;

@@ -65,6 +65,7 @@ private:
     ReceptionWindow* cpCurrent = &cWindows[0];
     ReceptionWindow* cpCandidate = &cWindows[1];
     Ending cEnding = Ending::NONE;
+    uint32_t cStrays = 0;      // parts in a row that fitted neither window
     uint64_t cTime = 0;        // the latest, in microseconds
     uint64_t cQuietUntil = 0;  // the last time at which no datagram was waiting
     uint64_t cLastRecord = 0;  // of a recording
