@@ -373,6 +373,59 @@ void StackRoundTrip(State& aState) {
 }
 BENCHMARK(StackRoundTrip)->ArgName("pft")->Arg(PFT_MODE_NONE)->Arg(PFT_MODE_FRAGMENT);
 
+// Receiving
+
+// A transport that gives the fragments of many packets again and again, one after the other.
+class FragmentLayer : public Layer {
+public:
+    explicit FragmentLayer(uint32_t aFragments) {
+        const auto lUnit = SampleUnit();
+        const CRC16 lEngine(CRC16_POLYNOMIAL, true);
+        const auto lPacket = BuildAF(*lUnit, lEngine, true);
+        const uint32_t lSize = (lPacket->GetSize() + aFragments - 1) / aFragments;
+        for (uint32_t lPSeq = 0; lPSeq < PACKETS; ++lPSeq) {
+            for (uint32_t lIndex = 0; lIndex < aFragments; ++lIndex) {
+                const uint32_t lPart = std::min(lSize, lPacket->GetSize() - lIndex * lSize);
+                cFragments.push_back(std::make_unique<PFTPacket>(PFT_HEADER_SIZE + lPart));
+                cFragments.back()->WritePayload(lPart, lPacket->cData + lIndex * lSize);
+                cFragments.back()->SetHeader(static_cast<uint16_t>(lPSeq), lIndex, aFragments);
+            }
+        }
+    }
+
+    uint32_t Send(Packet*) override { return 0; }
+    uint32_t Receive(Packet* apOut, uint32_t*, uint32_t) override {
+        apOut->Share(cFragments[cNext].get());
+        cNext = (cNext + 1) % cFragments.size();
+        return 1;
+    }
+
+private:
+    static constexpr uint32_t PACKETS = 65536 / 8;
+    std::vector<std::unique_ptr<PFTPacket>> cFragments;
+    size_t cNext = 0;
+};
+
+// The fixed way of receiving and the live one, side by side.
+void Reassemble(State& aState) {
+    const auto lFragments = static_cast<uint32_t>(aState.range(1));
+    FragmentLayer lTransport(lFragments);
+    StackReporter lReporter;
+    PFTLayer lLayer;
+    lLayer.ciReporter = &lReporter;
+    lLayer.SetLowerLayer(&lTransport);
+    lLayer.RegisterTag("AF", nullptr);
+    if (aState.range(0) == 1)
+        lLayer.SetLive(false);
+    Packet lOut(0);
+    for (auto _ : aState) {
+        uint32_t lTimeOut = TIME_OUT;
+        DoNotOptimize(lLayer.Receive(&lOut, &lTimeOut, 0));
+    }
+    aState.SetItemsProcessed(aState.iterations() * lFragments);
+}
+BENCHMARK(Reassemble)->ArgNames({"live", "fragments"})->ArgsProduct({{0, 1}, {1, 3, 11}});
+
 }  // namespace
 
 BENCHMARK_MAIN();
