@@ -27,7 +27,7 @@ struct ReceivedPart {
 // a packet has been quiet for LIVE_QUIET_TIME and its parity suffices, or when a packet has held up later ones, or been
 // quiet, for LIVE_GIVE_UP_TIME.  So a loss adds at most 2 seconds of latency, with parity 0.6.
 //
-// Memory is bounded by SIZE packets with two PacketParts each, below 4 MB.  One thread; reads no clock.
+// Memory is bounded by SIZE packets with two PacketParts each, below 8 MB.  One thread; reads no clock.
 class ReceptionWindow {
 public:
     static constexpr int32_t SIZE = 16;  // packets

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr uint32_t UNITS = 200;
+constexpr uint32_t UNITS = 120;
 constexpr uint64_t FRAME = 400'000;  // microseconds
 
 struct Datagram {
@@ -97,13 +97,12 @@ public:
     uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t) override {
         InputPlace& lInput = ciReporter->cInput;
         const uint64_t lLimit = lInput.mTime + uint64_t{1000} * *apTimeOut;
-        ciAtEnd = cDatagrams.empty();
-        if (ciAtEnd || cDatagrams.front().mTime > lLimit) {
+        ciAtEnd = cNext == cDatagrams.size();
+        if (ciAtEnd || cDatagrams[cNext].mTime > lLimit) {
             lInput.mTime = lLimit;
             return 2;
         }
-        const Datagram lDatagram = cDatagrams.front();
-        cDatagrams.erase(cDatagrams.begin());
+        const Datagram& lDatagram = cDatagrams[cNext++];
         lInput.mTime = std::max(lInput.mTime, lDatagram.mTime);
         lInput.mAddress = lDatagram.mSource;
         cPacket.Rewind();
@@ -115,6 +114,7 @@ public:
         return 1;
     }
     Datagrams cDatagrams;
+    size_t cNext = 0;
     Packet cPacket{70000};
     char cProtocol[3] = "";
 };
@@ -221,8 +221,8 @@ TEST(LiveReassemblyTest, LosesOnlyWhatTheNetworkLost) {
 TEST(LiveReassemblyTest, ASenderThatTakesOverLosesNothing) {
     Datagrams lAll = Transmission(THREE_FRAGMENTS, 0);
     for (Datagram& lDatagram : lAll) {
-        lDatagram.mSource = lDatagram.mUnit < 100 ? 1 : 2;
-        lDatagram.mTime += lDatagram.mUnit < 100 ? 0 : 2 * FRAME;
+        lDatagram.mSource = lDatagram.mUnit < 60 ? 1 : 2;
+        lDatagram.mTime += lDatagram.mUnit < 60 ? 0 : 2 * FRAME;
     }
     EXPECT_EQ(UNITS, Received(lAll).size());
 }
