@@ -93,7 +93,7 @@ TEST(SenderCodesTest, TellsBeginningChangeAndEnd) {
     EXPECT_EQ("DRM Sender Error 12\nDRM Sender Error 9\nDRM Sender Error 9 has ended\nDRM Sender Error 9\n",
               Printed([] {
                   SenderCodes lCodes;
-                  for (const uint32_t lCode : {0, 0, 12, 12, 0, 12, 9, 9, 0, 9, 0, 0, 0, 9, 0})
+                  for (const uint32_t lCode : {0u, 0u, 12u, 12u, 0u, 12u, 9u, 9u, 0u, 9u, 0u, 0u, 0u, 9u, 0u})
                       lCodes.Note(lCode);
               }));
 }
