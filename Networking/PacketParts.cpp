@@ -4,6 +4,7 @@
 
 void PacketParts::Clear() {
     cCount = 0;
+    cSize = 0;
     cParts.clear();
     cBytes.clear();
 }
@@ -17,8 +18,11 @@ bool PacketParts::Fits(const PFTHeader& aHeader) const {
         return true;
     if (aHeader.mFcount != cFormat.mFcount || aHeader.mFEC != cFormat.mFEC)
         return false;
-    return !aHeader.mFEC ||
-           (aHeader.mPlen == cFormat.mPlen && aHeader.mRSk == cFormat.mRSk && aHeader.mRSz == cFormat.mRSz);
+    if (aHeader.mFEC)
+        return aHeader.mPlen == cFormat.mPlen && aHeader.mRSk == cFormat.mRSk && aHeader.mRSz == cFormat.mRSz;
+    if (aHeader.mFindex + 1 == aHeader.mFcount)
+        return cSize == 0 || aHeader.mPlen <= cSize;
+    return cSize == 0 ? aHeader.mPlen >= cFormat.mPlen : aHeader.mPlen == cSize;
 }
 
 PacketParts::Added PacketParts::Add(const PFTHeader& aHeader, const unsigned char* apPayload) {
@@ -31,6 +35,8 @@ PacketParts::Added PacketParts::Add(const PFTHeader& aHeader, const unsigned cha
     Part& lPart = cParts[aHeader.mFindex];
     if (lPart.mOffset != NOT_HERE)
         return Added::DOUBLE;
+    if (aHeader.mFindex + 1 != aHeader.mFcount)
+        cSize = aHeader.mPlen;
     lPart = {static_cast<uint32_t>(cBytes.size()), aHeader.mPlen};
     cBytes.insert(cBytes.end(), apPayload, apPayload + aHeader.mPlen);
     ++cCount;

@@ -12,7 +12,8 @@ constexpr uint32_t LIVE_MAX_PACKET_SIZE = 90000;  // bytes
 constexpr uint32_t LIVE_MAX_FRAGMENTS = 4096;     // of one packet
 
 // The fragments of one packet that have arrived, in any order.  All of them have one format: the number of fragments,
-// and with parity their size and the shape of the code.  A packet that came whole counts as its only fragment.
+// their size, and with parity the shape of the code.  The last fragment of a packet without parity may be shorter.  A
+// packet that came whole counts as its only fragment.
 // Memory: at most LIVE_MAX_PACKET_SIZE bytes of payload and 8 bytes for each of LIVE_MAX_FRAGMENTS; kept for the next
 // packet.
 class PacketParts {
@@ -31,6 +32,7 @@ public:
     // Puts this fragment in the place of the one that is there, as long as there is room for both.
     void Replace(const PFTHeader& aHeader, const unsigned char* apPayload);
 
+    uint32_t GetCount() const { return cCount; }  // of fragments
     bool IsWhole() const { return cCount > 0 && cCount == cFormat.mFcount; }
     bool HasParity() const { return cFormat.mFEC; }
     uint32_t GetMissing() const { return cCount > 0 ? cFormat.mFcount - cCount : 0; }
@@ -48,7 +50,8 @@ private:
 
     bool Fits(const PFTHeader& aHeader) const;
 
-    PFTHeader cFormat;  // of the first fragment
+    PFTHeader cFormat;   // of the first fragment
+    uint32_t cSize = 0;  // of every fragment but the last; 0 as long as none of them has come
     uint32_t cCount = 0;
     std::vector<Part> cParts;           // by Findex
     std::vector<unsigned char> cBytes;  // payloads in the order of arrival

@@ -19,26 +19,42 @@ const PacketParts& ReceptionWindow::Slot::GetMost() const {
 }
 
 PacketParts::Added ReceptionWindow::Slot::Add(const ReceivedPart& aPart) {
-    const PacketParts::Added lAdded = mParts[0].Add(aPart.mHeader, aPart.mPayload);
-    if (lAdded == PacketParts::Added::REFUSED && !mAreTwins)
-        return mParts[1].Add(aPart.mHeader, aPart.mPayload);
-    if (lAdded == PacketParts::Added::NEW && mAreTwins)
-        mParts[1].Add(aPart.mHeader, aPart.mPayload);
-    if (lAdded == PacketParts::Added::DOUBLE && mParts[0].Differs(aPart.mHeader, aPart.mPayload)) {
-        if (mParts[1].IsEmpty()) {
-            mParts[1] = mParts[0];
+    auto& [lFirst, lSecond] = mParts;
+    mIsUnsound = false;
+    const PacketParts::Added lAdded = lFirst.Add(aPart.mHeader, aPart.mPayload);
+    if (lAdded == PacketParts::Added::REFUSED)
+        return mAreTwins ? lAdded : AddToOtherFormat(aPart);
+    if (lAdded == PacketParts::Added::NEW && !lSecond.IsEmpty())
+        lSecond.Add(aPart.mHeader, aPart.mPayload);  // a short last fragment can fit both
+    if (lAdded == PacketParts::Added::DOUBLE && lFirst.Differs(aPart.mHeader, aPart.mPayload)) {
+        if (lSecond.IsEmpty()) {
+            lSecond = lFirst;
             mAreTwins = true;
         }
         if (mAreTwins)
-            mParts[1].Replace(aPart.mHeader, aPart.mPayload);
+            lSecond.Replace(aPart.mHeader, aPart.mPayload);
+        else
+            lSecond.Add(aPart.mHeader, aPart.mPayload);
     }
     return lAdded;
+}
+
+// Of three formats the one with the fewest fragments is dropped.
+PacketParts::Added ReceptionWindow::Slot::AddToOtherFormat(const ReceivedPart& aPart) {
+    auto& [lFirst, lSecond] = mParts;
+    const PacketParts::Added lAdded = lSecond.Add(aPart.mHeader, aPart.mPayload);
+    if (lAdded != PacketParts::Added::REFUSED || lSecond.IsEmpty())
+        return lAdded;
+    PacketParts& lFewer = lSecond.GetCount() <= lFirst.GetCount() ? lSecond : lFirst;
+    lFewer.Clear();
+    return lFewer.Add(aPart.mHeader, aPart.mPayload);
 }
 
 void ReceptionWindow::Slot::Clear() {
     for (PacketParts& lParts : mParts)
         lParts.Clear();
     mAreTwins = false;
+    mIsUnsound = false;
     mWasTooLittle = false;
     mLaterDatagrams = 0;
     mHasLater = false;
@@ -140,7 +156,7 @@ bool ReceptionWindow::Join(const Slot& aSlot, FECProcessor& aFEC, Packet* apPack
 bool ReceptionWindow::TakeNext(uint64_t aQuietUntil, bool aFlush, FECProcessor& aFEC, Packet* apPacket) {
     while (cActive) {
         Slot& lSlot = At(0);
-        const bool lIsWhole = lSlot.GetMost().IsWhole();
+        const bool lIsWhole = lSlot.GetMost().IsWhole() && !lSlot.mIsUnsound;
         const bool lRestIsLost = lSlot.mLaterDatagrams >= LIVE_PATIENCE || (aFlush && GetHeard() > 0);
         const bool lIsQuiet = aQuietUntil >= DeadlineOf(lSlot);
         if (!lIsWhole && !lRestIsLost && !lIsQuiet)
@@ -152,9 +168,7 @@ bool ReceptionWindow::TakeNext(uint64_t aQuietUntil, bool aFlush, FECProcessor& 
         }
         if (lIsWhole && !lJoined) {
             cLayer.Report(StackEvent::PACKET_DAMAGED, 1, cNext);
-            for (PacketParts& lParts : lSlot.mParts)
-                lParts.Clear();  // a sound double may come yet
-            lSlot.mAreTwins = false;
+            lSlot.mIsUnsound = true;  // a sound double may come yet
             continue;
         }
         cLayer.Report(StackEvent::FRAGMENTS_LOST, lSlot.GetMost().GetMissing(), cNext);

@@ -75,6 +75,7 @@ private:
         // one of two fragments that differ.  So neither a stray nor a damaged fragment keeps a packet from coming out.
         PacketParts mParts[2];
         bool mAreTwins = false;      // the second is of the first one's format
+        bool mIsUnsound = false;     // whole, but no sound packet came of it
         bool mWasTooLittle = false;  // for the parity, when the packet had been quiet for LIVE_QUIET_TIME
         uint64_t mLastNews = 0;
         uint64_t mFirstLater = 0;      // when the first datagram of a later packet came
@@ -84,6 +85,7 @@ private:
         bool IsHeard() const { return !mParts[0].IsEmpty() || !mParts[1].IsEmpty(); }
         const PacketParts& GetMost() const;
         PacketParts::Added Add(const ReceivedPart& aPart);
+        PacketParts::Added AddToOtherFormat(const ReceivedPart& aPart);
         void Clear();
     };
 

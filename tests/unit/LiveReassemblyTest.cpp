@@ -192,6 +192,19 @@ TEST(LiveReassemblyTest, LosesOnlyWhatTheNetworkLost) {
                                  {Fragment(lHeader, "xyz"), aAll[lIndex].mTime, UNITS});
              }
          }},
+        {"contradicting",
+         [&](Datagrams& aAll) {
+             for (size_t lIndex = 0; lIndex < aAll.size(); lIndex += 1 + lRandom() % 30) {
+                 Datagram lOther = {aAll[lIndex].mBytes, aAll[lIndex].mTime, UNITS};
+                 PFTHeader lHeader;
+                 ParsePFTFragment(Octets(lOther.mBytes), lOther.mBytes.size(), *PFTPacket::SharedEngine(), &lHeader);
+                 if (lOther.mBytes[0] == 'A' || lOneIn(2))
+                     lOther.mBytes.back() ^= 1;
+                 else
+                     lOther.mBytes = Fragment(lHeader, lOther.mBytes.substr(lHeader.GetSize(), --lHeader.mPlen));
+                 aAll.insert(aAll.begin() + static_cast<std::ptrdiff_t>(lIndex++), lOther);
+             }
+         }},
         {"a second sender",
          [&](Datagrams& aAll) {
              for (size_t lIndex = 1; lIndex < aAll.size(); lIndex += 2)
