@@ -72,7 +72,9 @@ uint32_t LiveReassembly::WaitBelow(uint64_t aStart, uint32_t* apTimeOut) {
     if (cPacesItself)
         return cLayer.ciLowerLayer->Receive(&cInput, apTimeOut, 0);
     uint64_t lWait = *apTimeOut;
-    if (lWait != 0) {
+    if (lWait != 0 && cTime == 0) {
+        lWait = 1;  // the first wait tells what time it is
+    } else if (lWait != 0) {
         const uint64_t lPassed = (cTime - aStart) / 1000;
         lWait = lWait > lPassed ? lWait - lPassed : 1;
     }

@@ -84,7 +84,7 @@ Datagrams Transmission(int aWay, uint16_t aFirst, uint32_t aRestartAt = UNITS) {
         lNumber = lUnit == aRestartAt ? uint16_t{0} : lNumber;
         const auto lParts = Cut(aWay, lNumber, PacketOf(lUnit, lNumber));
         for (size_t lIndex = 0; lIndex < lParts.size(); ++lIndex)
-            lAll.push_back({lParts[lIndex], FRAME * (lUnit + 5) + FRAME / 2 * lIndex / lParts.size(), lUnit});
+            lAll.push_back({lParts[lIndex], FRAME * (lUnit + 20) + FRAME / 2 * lIndex / lParts.size(), lUnit});
         ++lNumber;
     }
     return lAll;
@@ -138,7 +138,9 @@ std::vector<uint32_t> Received(const Datagrams& aDatagrams) {
     Packet lOut(0);
     for (uint32_t lResult = 1; lResult == 1 || !lTransport.ciAtEnd;) {
         uint32_t lTimeOut = 6000;
+        const uint64_t lBefore = lEvents.cReporter.cInput.mTime;
         lResult = lAF.Receive(&lOut, &lTimeOut, 0);
+        EXPECT_LE(lEvents.cReporter.cInput.mTime - lBefore, 6'010'000u);
         if (lResult == 1)
             lUnits.push_back(static_cast<uint32_t>(std::stoul(BytesOf(lOut))));
     }
