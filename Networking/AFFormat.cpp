@@ -11,8 +11,7 @@ constexpr uint8_t AR_CRC_FLAG = 0x80;
 
 }  // namespace
 
-AFCheck ParseAFPacket(const unsigned char* apBytes, size_t aSize, uint8_t aMajorVersion, const CRC16* apEngine,
-                      AFHeader* apHeader) {
+AFCheck ParseAFHeader(const unsigned char* apBytes, size_t aSize, uint8_t aMajorVersion, AFHeader* apHeader) {
     if (aSize < AF_HEADER_SIZE)
         return AFCheck::CUT_SHORT;
     const uint8_t lAR = apBytes[AR_OFFSET];
@@ -27,6 +26,13 @@ AFCheck ParseAFPacket(const unsigned char* apBytes, size_t aSize, uint8_t aMajor
         return AFCheck::INVALID;
     if (apHeader->mLength > aSize || aSize - apHeader->mLength < AF_OVERHEAD)
         return AFCheck::CUT_SHORT;
+    return AFCheck::VALID;
+}
+
+AFCheck ParseAFPacket(const unsigned char* apBytes, size_t aSize, uint8_t aMajorVersion, const CRC16* apEngine,
+                      AFHeader* apHeader) {
+    if (const AFCheck lCheck = ParseAFHeader(apBytes, aSize, aMajorVersion, apHeader); lCheck != AFCheck::VALID)
+        return lCheck;
     if (apHeader->mHasCRC && apEngine == nullptr)
         return AFCheck::INVALID;
     const uint32_t lCovered = AF_HEADER_SIZE + apHeader->mLength;

@@ -36,7 +36,8 @@ enum class AFCheck { VALID, CUT_SHORT, INVALID };
 
 // Checks the packet at the front of aSize bytes: sync, major version, length and CRC.  apEngine computes the CRC;
 // without one a packet that has a CRC is invalid.  *apHeader holds the header unless fewer than AF_HEADER_SIZE bytes
-// are there.
+// are there.  ParseAFHeader leaves out the CRC.
+AFCheck ParseAFHeader(const unsigned char* apBytes, size_t aSize, uint8_t aMajorVersion, AFHeader* apHeader);
 AFCheck ParseAFPacket(const unsigned char* apBytes, size_t aSize, uint8_t aMajorVersion, const CRC16* apEngine,
                       AFHeader* apHeader);
 

@@ -45,7 +45,7 @@ uint32_t AFLayer::Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t /*aTagInd
             CHECK_INVARIANT_AS(false, "0");
             continue;
         }
-        if (ciPacket->Parse() != 1) {
+        if ((ciLive ? ciPacket->ParseSound() : ciPacket->Parse()) != 1) {
             Report(StackEvent::PACKET_DAMAGED);
             if (ciLive)
                 continue;

@@ -36,7 +36,7 @@ public:
 
     bool ciUseCRC = false;
     bool ciFileMode = false;
-    bool ciLive = false;  // a packet that fails its checks is passed over without a line on the console
+    bool ciLive = false;  // the CRC was checked below, and what fails is passed over without a line on the console
     uint8_t ciMajorVersion = AF_MAJOR_VERSION;  // the version that is sent and the only one accepted
     uint8_t ciMinorVersion = 0;
     uint16_t ciSequence = 0;         // number of the next packet to be sent or received

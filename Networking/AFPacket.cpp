@@ -43,10 +43,17 @@ uint32_t AFPacket::SetCRC(bool aCRCFlag) {
 }
 
 uint32_t AFPacket::Parse() {
-    const AFCheck lCheck = ParseAFPacket(cData, ValidBytes(), cMajorVersion, cpcEngine, &cHeader);
-    if (lCheck == AFCheck::CUT_SHORT)
+    return Take(ParseAFPacket(cData, ValidBytes(), cMajorVersion, cpcEngine, &cHeader));
+}
+
+uint32_t AFPacket::ParseSound() {
+    return Take(ParseAFHeader(cData, ValidBytes(), cMajorVersion, &cHeader));
+}
+
+uint32_t AFPacket::Take(AFCheck aCheck) {
+    if (aCheck == AFCheck::CUT_SHORT)
         cError = PACKET_READ_OVERFLOW;
-    if (lCheck != AFCheck::VALID)
+    if (aCheck != AFCheck::VALID)
         return 0;
     if (cPayloadProtocol != nullptr)
         cPayloadProtocol[0] = cHeader.mProtocol;

@@ -28,9 +28,12 @@ public:
     // Returns 0, and changes none of these, for any other packet and, without an engine, for a packet that has a CRC;
     // the code is PACKET_READ_OVERFLOW when the packet is cut short.
     uint32_t Parse() override;
+    uint32_t ParseSound();  // the same for a packet whose CRC has been checked already
     uint16_t GetSequence() const { return cHeader.mSequence; }  // of the header last set or parsed
 
 private:
+    uint32_t Take(AFCheck aCheck);
+
     AFHeader cHeader;
     const uint8_t cMajorVersion;
     const uint8_t cMinorVersion;
