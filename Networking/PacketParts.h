@@ -34,7 +34,7 @@ public:
 
     uint32_t GetCount() const { return cCount; }  // of fragments
     bool IsWhole() const { return cCount > 0 && cCount == cFormat.mFcount; }
-    bool HasParity() const { return cFormat.mFEC; }
+    bool HasParity() const { return cCount > 0 && cFormat.mFEC; }
     uint32_t GetMissing() const { return cCount > 0 ? cFormat.mFcount - cCount : 0; }
 
     // Writes the packet that was sent to *apPacket, which has room for LIVE_MAX_PACKET_SIZE bytes.  What is missing is

@@ -56,6 +56,7 @@ void ReceptionWindow::Slot::Clear() {
     mAreTwins = false;
     mIsUnsound = false;
     mWasTooLittle = false;
+    mUncounted = 0;
     mLaterDatagrams = 0;
     mHasLater = false;
 }
@@ -94,17 +95,29 @@ PacketParts::Added ReceptionWindow::Put(const ReceivedPart& aPart, int32_t aPlac
     if (lAdded != PacketParts::Added::NEW)
         return lAdded;
     ++cDatagrams;
+    ++lSlot.mUncounted;
     lSlot.mLastNews = aNow;
     lSlot.mLaterDatagrams = 0;
     lSlot.mWasTooLittle = false;
+    cLastNews = aNow;
     cHighest = static_cast<int16_t>(aPart.mHeader.mPSeq - cHighest) > 0 ? aPart.mHeader.mPSeq : cHighest;
+    CountAgainstEarlier(aPart, aPlace, aNow);
+    return lAdded;
+}
+
+void ReceptionWindow::CountAgainstEarlier(const ReceivedPart& aPart, int32_t aPlace, uint64_t aNow) {
+    Slot& lSlot = At(aPlace);
+    const bool lIsSoundAlone = aPart.mHeader.mFcount == 1 && (aPart.mIsWholePacket || aPart.mHeader.mFEC ||
+                                                              IsSound(aPart.mPayload, aPart.mHeader.mPlen));
+    if (aPlace == 0 || (!lIsSoundAlone && lSlot.GetMost().GetCount() < 2))
+        return;
     for (int32_t lEarlier = 0; lEarlier < aPlace; ++lEarlier) {
         Slot& lWaiting = At(lEarlier);
         lWaiting.mFirstLater = lWaiting.mHasLater ? lWaiting.mFirstLater : aNow;
         lWaiting.mHasLater = true;
-        ++lWaiting.mLaterDatagrams;
+        lWaiting.mLaterDatagrams += lSlot.mUncounted;
     }
-    return lAdded;
+    lSlot.mUncounted = 0;
 }
 
 bool ReceptionWindow::IsNextAlone(const ReceivedPart& aPart, int32_t aPlace) const {
@@ -122,13 +135,11 @@ void ReceptionWindow::SkipNext() {
 }
 
 uint64_t ReceptionWindow::DeadlineOf(const Slot& aSlot) const {
-    uint64_t lDeadline = NEVER;
+    uint64_t lDeadline = GetHeard() > 0 ? cLastNews + LIVE_GIVE_UP_TIME : NEVER;
     if (aSlot.mHasLater)
-        lDeadline = aSlot.mFirstLater + LIVE_GIVE_UP_TIME;
-    if (aSlot.IsHeard()) {
-        const bool lMayRebuild = aSlot.GetMost().HasParity() && !aSlot.mWasTooLittle;
-        lDeadline = std::min(lDeadline, aSlot.mLastNews + (lMayRebuild ? LIVE_QUIET_TIME : LIVE_GIVE_UP_TIME));
-    }
+        lDeadline = std::min(lDeadline, aSlot.mFirstLater + LIVE_GIVE_UP_TIME);
+    if (aSlot.GetMost().HasParity() && !aSlot.mWasTooLittle)
+        lDeadline = std::min(lDeadline, aSlot.mLastNews + LIVE_QUIET_TIME);
     return lDeadline;
 }
 

@@ -24,8 +24,10 @@ struct ReceivedPart {
 // parity once the rest counts as lost, or given up.
 //
 // The rest of a packet counts as lost when LIVE_PATIENCE datagrams of later packets have come since its last one, when
-// a packet has been quiet for LIVE_QUIET_TIME and its parity suffices, or when a packet has held up later ones, or been
-// quiet, for LIVE_GIVE_UP_TIME.  So a loss adds at most 2 seconds of latency, with parity 0.6.
+// a packet has been quiet for LIVE_QUIET_TIME and its parity suffices, or when a packet has held up later ones, or
+// everything has been quiet, for LIVE_GIVE_UP_TIME.  So a loss adds at most 2 seconds of latency, with parity 0.6.
+// A packet of which only one of several fragments has come is no sign of loss for the packets before it, so that stray
+// and forged fragments take nothing from them.
 //
 // Memory is bounded by SIZE packets with two PacketParts each, below 8 MB.  One thread; reads no clock.
 class ReceptionWindow {
@@ -78,7 +80,8 @@ private:
         bool mIsUnsound = false;     // whole, but no sound packet came of it
         bool mWasTooLittle = false;  // for the parity, when the packet had been quiet for LIVE_QUIET_TIME
         uint64_t mLastNews = 0;
-        uint64_t mFirstLater = 0;      // when the first datagram of a later packet came
+        uint32_t mUncounted = 0;       // datagrams that are no sign of loss for earlier packets yet
+        uint64_t mFirstLater = 0;      // when a later packet became a sign of loss
         uint32_t mLaterDatagrams = 0;  // since the last news
         bool mHasLater = false;
 
@@ -91,6 +94,7 @@ private:
 
     Slot& At(int32_t aPlace) { return cSlots[(cFirst + static_cast<uint32_t>(aPlace)) % SIZE]; }
     const Slot& At(int32_t aPlace) const { return cSlots[(cFirst + static_cast<uint32_t>(aPlace)) % SIZE]; }
+    void CountAgainstEarlier(const ReceivedPart& aPart, int32_t aPlace, uint64_t aNow);
     uint64_t DeadlineOf(const Slot& aSlot) const;
     static bool Join(const Slot& aSlot, FECProcessor& aFEC, Packet* apPacket);
 
@@ -101,6 +105,7 @@ private:
     uint16_t cNext = 0;
     uint16_t cHighest = 0;
     uint64_t cDatagrams = 0;
+    uint64_t cLastNews = 0;
     uint32_t cFirst = 0;  // the slot of the next packet
     std::array<Slot, SIZE> cSlots;
 };

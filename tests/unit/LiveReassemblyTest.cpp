@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Networking/AFLayer.h"
+#include "Networking/ByteOrder.h"
 #include "Networking/FECProtector.h"
 #include "Networking/PFTLayer.h"
 #include "tests/unit/FakeTransport.h"
@@ -188,7 +189,9 @@ TEST(LiveReassemblyTest, LosesOnlyWhatTheNetworkLost) {
         {"forged",
          [&](Datagrams& aAll) {
              for (size_t lIndex = 0; lIndex < aAll.size(); ++lIndex) {
-                 const PFTHeader lHeader{.mPSeq = static_cast<uint16_t>(lRandom()), .mFcount = 2, .mPlen = 3};
+                 const auto lAhead = ReadU16(Octets(aAll[lIndex].mBytes) + 2) + 1 + lRandom() % 15;
+                 const auto lPSeq = static_cast<uint16_t>(lOneIn(2) ? lRandom() : lAhead);
+                 const PFTHeader lHeader{.mPSeq = lPSeq, .mFcount = 2, .mPlen = 3};
                  if (lOneIn(50))
                      aAll.insert(aAll.begin() + static_cast<std::ptrdiff_t>(lIndex),
                                  {Fragment(lHeader, "xyz"), aAll[lIndex].mTime, UNITS});
@@ -196,7 +199,7 @@ TEST(LiveReassemblyTest, LosesOnlyWhatTheNetworkLost) {
          }},
         {"contradicting",
          [&](Datagrams& aAll) {
-             for (size_t lIndex = 0; lIndex < aAll.size(); lIndex += 1 + lRandom() % 30) {
+             for (size_t lIndex = 0; lIndex < aAll.size(); lIndex += 4 + lRandom() % 30) {
                  Datagram lOther = {aAll[lIndex].mBytes, aAll[lIndex].mTime, UNITS};
                  PFTHeader lHeader;
                  ParsePFTFragment(Octets(lOther.mBytes), lOther.mBytes.size(), *PFTPacket::SharedEngine(), &lHeader);
