@@ -1,5 +1,5 @@
-# What `cmake --install` and `cpack` make: the programs with their manual (component programs), and the libraries with
-# headers and a CMake package (component dev).
+# What `cmake --install` and `cpack` make: the player with its manual and units (component player), the
+# tools with theirs (tools), and the libraries with headers and a CMake package (dev).
 include(CMakePackageConfigHelpers)
 
 set(lConfigDirectory ${CMAKE_INSTALL_LIBDIR}/cmake/tessavox)
@@ -8,32 +8,41 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/tessavoxConfigVersion.cmake
 install(FILES packaging/tessavoxConfig.cmake ${CMAKE_BINARY_DIR}/tessavoxConfigVersion.cmake
     DESTINATION ${lConfigDirectory} COMPONENT dev)
 
-set(lPrograms tessavox)
-if(TESSAVOX_TOOLS)
-    list(APPEND lPrograms mdi-make mdi-dump dcp-relay)
+function(install_program aName aComponent)
+    install(TARGETS ${aName} COMPONENT ${aComponent})
+    install(FILES docs/${aName}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT ${aComponent})
+endfunction()
+install_program(tessavox player)
+if(TESSAVOX_MDI_MAKE)
+    install_program(mdi-make tools)
 endif()
-foreach(lProgram ${lPrograms})
-    install(TARGETS ${lProgram} COMPONENT programs)
-    install(FILES docs/${lProgram}.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT programs)
-endforeach()
-install(FILES docs/tessavox.ini.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT programs)
-install(FILES README.md "docs/VESTRAL Tessavox.ini" DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT programs)
-install(FILES packaging/tessavox.service packaging/tessavox@.service DESTINATION lib/systemd/system COMPONENT programs)
+if(TESSAVOX_TOOLS)
+    install_program(mdi-dump tools)
+    install_program(dcp-relay tools)
+endif()
+install(FILES docs/tessavox.ini.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5 COMPONENT player)
+install(FILES README.md "docs/VESTRAL Tessavox.ini" DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT player)
+install(FILES packaging/tessavox.service packaging/tessavox@.service DESTINATION lib/systemd/system COMPONENT player)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_CONTACT "tessavox maintainers <${PROJECT_NAME}@localhost>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "plays DRM multiplex recordings onto an IP network")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_COMPONENTS_ALL programs dev)
-set(CPACK_COMPONENT_PROGRAMS_DESCRIPTION
-    "Player for MDI recordings of Digital Radio Mondiale, and tools to make, check,\nrecord and relay them as DCP (ETSI TS 102 820, TS 102 821).")
+set(CPACK_COMPONENTS_ALL player tools dev)
+set(CPACK_COMPONENT_PLAYER_DESCRIPTION
+    "Player for MDI recordings of Digital Radio Mondiale\nas DCP (ETSI TS 102 820, TS 102 821).")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION
+    "Tools to make, check, record and relay recordings\nof Digital Radio Mondiale multiplexes, and captures of them.")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "The DCP stack as static libraries, with headers and a CMake package.")
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PROGRAMS_PACKAGE_NAME tessavox)
-set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SECTION net)
-set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PLAYER_PACKAGE_NAME tessavox)
+set(CPACK_DEBIAN_PLAYER_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_PLAYER_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME tessavox-tools)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libtessavox-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 include(CPack)
