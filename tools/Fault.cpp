@@ -12,6 +12,7 @@ struct Description {
 
 constexpr Description DESCRIPTIONS[] = {{"record skipped", true},
                                         {"record cut off", true},
+                                        {"rest cannot be read", true},
                                         {"PFT header damaged", true},
                                         {"fragments missing", true},
                                         {"AF packet damaged", true},

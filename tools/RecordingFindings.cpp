@@ -23,6 +23,8 @@ void RecordingFindings::Observe(const StackReport& aReport) {
             return Add(FAULT_RECORD_SKIPPED, aReport);
         case StackEvent::RECORDING_CUT_OFF:
             return Add(FAULT_RECORD_CUT_OFF, aReport);
+        case StackEvent::RECORDING_FAILED:
+            return Add(FAULT_UNREADABLE, aReport);
         case StackEvent::FRAGMENT_DAMAGED:
             return Add(FAULT_PFT_HEADER, aReport);
         case StackEvent::PACKETS_LOST:
