@@ -4,7 +4,6 @@
 
 #include "Networking/ByteOrder.h"
 #include "Networking/CRC8.h"
-#include "Networking/FacFields.h"
 
 namespace {
 
@@ -52,24 +51,24 @@ UnitFacts UnitCheck::Check(MDIUnit& aUnit) {
         CheckFac(lFac, &lFacts);
         unsigned char lRobustness = 0;
         if (aUnit.GetRobm(&lRobustness) == 1)
-            CheckMode(ModeText(ParseFac(lFac), lRobustness), &lFacts.mFindings);
+            CheckMode(ParseFac(lFac), lRobustness, &lFacts.mFindings);
     }
     return lFacts;
 }
 
 void UnitCheck::CheckCounter(uint32_t aDlfc, Findings* apFindings) {
-    const std::string lExpected = std::to_string(cCounters.GetExpected());
+    const uint32_t lExpected = cCounters.GetExpected();
     const uint64_t lLostBefore = cCounters.GetLost();
     switch (cCounters.Follow(aDlfc)) {
         case DlfcWatch::Step::NEXT:
             break;
         case DlfcWatch::Step::GAP:
-            apFindings->push_back(
-                {FAULT_UNITS_LOST, "from dlfc " + lExpected + " on", cCounters.GetLost() - lLostBefore});
+            apFindings->push_back({FAULT_UNITS_LOST, "from dlfc " + std::to_string(lExpected) + " on",
+                                   cCounters.GetLost() - lLostBefore});
             break;
         case DlfcWatch::Step::BACK:
         case DlfcWatch::Step::JUMP:
-            apFindings->push_back({FAULT_DLFC_JUMP, std::to_string(aDlfc) + ", not " + lExpected});
+            apFindings->push_back({FAULT_DLFC_JUMP, std::to_string(aDlfc) + ", not " + std::to_string(lExpected)});
             break;
     }
 }
@@ -95,8 +94,13 @@ void UnitCheck::CheckOrder(int aIdentity, Findings* apFindings) {
     cOrder = SuperFrameOrder(aIdentity + 1);
 }
 
-void UnitCheck::CheckMode(const std::string& aMode, Findings* apFindings) {
-    if (!cMode.empty() && aMode != cMode)
-        apFindings->push_back({FAULT_MODE_CHANGE, aMode});
-    cMode = aMode;
+void UnitCheck::CheckMode(const FacFields& aFac, unsigned char aRobustness, Findings* apFindings) {
+    const uint32_t lFields = uint32_t{aRobustness} << 8 | aFac.mOccupancy << 4 | aFac.mMscMode << 2 |
+                             uint32_t{aFac.mSdcIs4Qam} << 1 | uint32_t{aFac.mShortInterleaving};
+    if (cModeFields == lFields)
+        return;
+    cMode = ModeText(aFac, aRobustness);
+    if (cModeFields)
+        apFindings->push_back({FAULT_MODE_CHANGE, cMode});
+    cModeFields = lFields;
 }

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Networking/FacFields.h"
 #include "Networking/MDIUnit.h"
 #include "Networking/SuperFrameOrder.h"
 #include "tools/DlfcWatch.h"
@@ -47,11 +48,12 @@ private:
     void CheckCounter(uint32_t aDlfc, Findings* apFindings);
     void CheckFac(const unsigned char (&aFac)[MDI_FAC_SIZE], UnitFacts* apFacts);
     void CheckOrder(int aIdentity, Findings* apFindings);
-    void CheckMode(const std::string& aMode, Findings* apFindings);
+    void CheckMode(const FacFields& aFac, unsigned char aRobustness, Findings* apFindings);
 
     const bool cRecording;
     DlfcWatch cCounters;
     SuperFrameOrder cOrder;
     bool cOrderStarted = false;
+    std::optional<uint32_t> cModeFields;  // of the last unit, side by side
     std::string cMode;
 };
