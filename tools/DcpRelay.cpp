@@ -236,7 +236,7 @@ std::string Relay::SystemReason() const {
 void Relay::NoteSize() {
     if (!cLongRecording && cSink.GetRecordedBytes() > FILE_MAX_SIZE) {
         cLongRecording = true;
-        Say("the recording has passed the " + std::to_string(FILE_MAX_SIZE) + " bytes that the player takes");
+        Say("the recording is " + LongerThanDefault());
     }
 }
 
@@ -247,7 +247,7 @@ void Relay::Report() {
         PrintLine(cStatistics.Line(cOptions.mJson, false, cSource.GetReception()));
     }
     if (cProgress.IsDue())
-        cProgress.Show(cStatistics.Short());
+        cProgress.Show(cStatistics.Short(), 0);
 }
 
 void Relay::Say(const std::string& aText) {

@@ -99,7 +99,7 @@ void DumpReport::Other(const Findings& aFindings) {
 // When standard output is a terminal too, the lines of the units show the progress.
 void DumpReport::ShowProgress() {
     if (cProgress.IsDue() && !platform::IsTerminal(stdout))
-        cProgress.Show(Count(cUnits, "unit") + (IsSound() ? "" : ", with faults"));
+        cProgress.Show(Count(cUnits, "unit") + (IsSound() ? "" : ", with faults"), 0);
 }
 
 void DumpReport::PrintText(const UnitFacts& aFacts, const Arrival& aArrival) const {

@@ -2,7 +2,7 @@
 
 #include "tools/MdiFrames.h"
 
-bool MakeRecording(const MdiMakeOptions& aOptions, std::vector<unsigned char>* apRecording, std::string* apError) {
+bool MakeRecording(const MdiMakeOptions& aOptions, const FrameSink& aSink, std::string* apError) {
     if (!ModeExists(aOptions.mMode)) {
         *apError = "robustness modes C and D have occupancies 3 and 5 (10 and 20 kHz) only";
         return false;
@@ -19,8 +19,7 @@ bool MakeRecording(const MdiMakeOptions& aOptions, std::vector<unsigned char>* a
     MdiFrames lFrames(aOptions.mMode, lMultiplex, lBlocks, aOptions.mFirstIdentity);
     RecordingWriter lWriter(aOptions.mFormat);
     for (uint32_t lFrame = 0; lFrame < aOptions.mFrames; ++lFrame)
-        if (!lWriter.AddFrame(*lFrames.Next(), apError))
+        if (!lWriter.AddFrame(*lFrames.Next(), apError) || !aSink(lWriter.GetBytes()))
             return false;
-    *apRecording = lWriter.GetBytes();
     return true;
 }

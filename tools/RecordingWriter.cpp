@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr uint32_t FRAME_MS = 400;
+constexpr uint64_t FRAME_MS = 400;
 char sTagProtocol[] = "T";
 
 }  // namespace
@@ -21,17 +21,11 @@ bool RecordingWriter::AddFrame(const Packet& aTagPacket, std::string* apError) {
     lPacket.SetHeader(static_cast<uint16_t>(cFormat.mFirstSequence + cFrames), true);
     lPacket.SetCRC(true);
 
-    const size_t lSizeBefore = cBytes.size();
+    cBytes.clear();
     if (!cFormat.mPft)
         AddRecord(lPacket);
     else if (!Cut(lPacket, apError))
         return false;
-    if (cBytes.size() > FILE_MAX_SIZE) {
-        cBytes.resize(lSizeBefore);
-        *apError = "a recording has " + std::to_string(FILE_MAX_SIZE) + " bytes at most; " + std::to_string(cFrames) +
-                   " frames would fit";
-        return false;
-    }
     ++cFrames;
     return true;
 }
@@ -63,8 +57,9 @@ bool RecordingWriter::Cut(const Packet& aAFPacket, std::string* apError) {
 }
 
 void RecordingWriter::AddRecord(const Packet& aPacket) {
-    const uint32_t lMilliseconds = cFrames * FRAME_MS;
-    const RecordTime lTime = {lMilliseconds / 1000, lMilliseconds % 1000 * 1'000'000};
+    const uint64_t lMilliseconds = cFrames * FRAME_MS;
+    const RecordTime lTime = {static_cast<uint32_t>(lMilliseconds / 1000),
+                              static_cast<uint32_t>(lMilliseconds % 1000 * 1'000'000)};
     unsigned char lHeader[RECORD_HEADER_SIZE];
     const size_t lHeaderSize = WriteRecordHeader(lHeader, aPacket.cSize, cFormat.mTime ? &lTime : nullptr);
     cBytes.insert(cBytes.end(), lHeader, lHeader + lHeaderSize);

@@ -9,7 +9,7 @@
 #include "Networking/PFTLayer.h"
 #include "Networking/Packet.h"
 
-// Wraps TAG packets into DCP packets (ETSI TS 102 821) and these into the records of a recording in memory.
+// Wraps TAG packets into DCP packets (ETSI TS 102 821) and these into the records of a recording, frame by frame.
 class RecordingWriter {
 public:
     struct Format {
@@ -21,10 +21,11 @@ public:
 
     explicit RecordingWriter(const Format& aFormat) : cFormat(aFormat), cCRC(CRC16_POLYNOMIAL, true) {}
 
-    // Appends a frame of 400 ms.  False, with the reason in *apError, when a player would refuse the recording with
-    // this frame; nothing is appended then.
+    // Makes the records of the next frame of 400 ms.  False, with the reason in *apError, when receivers could not put
+    // the frame's fragments together again or find them.
     bool AddFrame(const Packet& aTagPacket, std::string* apError);
 
+    // The records of the last frame.
     const std::vector<unsigned char>& GetBytes() const { return cBytes; }
 
 private:

@@ -3,6 +3,7 @@
 #include <system_error>
 
 #include "Networking/StatusCodes.h"
+#include "Networking/Transport.h"
 
 std::string StatusText(uint32_t aCode) {
     switch (static_cast<DCPStatusCode>(aCode)) {
@@ -54,6 +55,11 @@ std::string StatusText(uint32_t aCode) {
             return "an item is there twice";
     }
     return aCode == 0 ? "no reason given" : "code " + std::to_string(aCode);
+}
+
+std::string LongerThanDefault() {
+    return "longer than the " + std::to_string(FILE_MAX_SIZE) +
+           " bytes that the player takes without InputFileSizeLimit";
 }
 
 std::string SystemText(int aError) {

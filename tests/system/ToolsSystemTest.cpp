@@ -61,10 +61,14 @@ Units MakeUnits(uint32_t aFrames, const std::vector<uint32_t>& aStreams = {}) {
     MdiMakeOptions lOptions;
     lOptions.mFrames = aFrames;
     lOptions.mStreams = aStreams;
-    std::vector<unsigned char> lBytes;
+    std::string lBytes;
     std::string lError;
-    EXPECT_TRUE(MakeRecording(lOptions, &lBytes, &lError)) << lError;
-    return UnitsOf({lBytes.begin(), lBytes.end()});
+    const auto lAppend = [&lBytes](const std::vector<unsigned char>& aFrame) {
+        lBytes.append(aFrame.begin(), aFrame.end());
+        return true;
+    };
+    EXPECT_TRUE(MakeRecording(lOptions, lAppend, &lError)) << lError;
+    return UnitsOf(lBytes);
 }
 
 std::string RecordingOf(const Units& aUnits, bool aPft) {
@@ -72,13 +76,15 @@ std::string RecordingOf(const Units& aUnits, bool aPft) {
     lFormat.mPft = aPft;
     lFormat.mFragmentSize = 300;
     RecordingWriter lWriter(lFormat);
+    std::string lBytes;
     std::string lError;
     for (const std::string& lUnit : aUnits) {
         TAGPacket lPacket(static_cast<uint32_t>(lUnit.size()));
         lPacket.Write(lPacket.cCapacity, reinterpret_cast<const unsigned char*>(lUnit.data()));
         EXPECT_TRUE(lWriter.AddFrame(lPacket, &lError)) << lError;
+        lBytes.append(lWriter.GetBytes().begin(), lWriter.GetBytes().end());
     }
-    return {lWriter.GetBytes().begin(), lWriter.GetBytes().end()};
+    return lBytes;
 }
 
 // The place of an item's value in a unit.
@@ -278,7 +284,8 @@ TEST_F(ToolsSystemTest, RelayWarnsOfARecordingThatThePlayerRefuses) {
     ASSERT_GT(lWhole.size(), FILE_MAX_SIZE - 20000);  // and longer with PFT headers
     WriteFile("rec.mdi", lWhole);
     EXPECT_EQ(0, Relay("--fast dcp.file:rec.mdi:0:0 dcp.file.pft:out.mdi:999:0"));
-    EXPECT_EQ("dcp-relay: the recording has passed the 524288 bytes that the player takes\n", ReadFile("errors"));
+    const std::string LONG = "longer than the 524288 bytes that the player takes without InputFileSizeLimit";
+    EXPECT_EQ("dcp-relay: the recording is " + LONG + "\n", ReadFile("errors"));
     EXPECT_EQ(0, Dump("dcp.file.pft:out.mdi:0:0"));  // long, but sound
 }
 
