@@ -20,9 +20,13 @@ public:
     }
     ~ToolEndpoint() override {
         if (ciState == STATE_OPEN)
-            ciState = STATE_CLOSED;  // Close would trace that there is no task to suspend; members free the layers
+            AllowOpen();
         CloseIfOpen();
     }
+
+    // Lets an endpoint that is open and not started be opened anew.  In place of Close, which would trace that there is
+    // no task to suspend; the layers stay until new ones replace them.
+    void AllowOpen() { ciState = STATE_CLOSED; }
 };
 
 // Opens a new endpoint on an address, for one protocol.  STATUS_DONE, or the exit status of the tool with a reason of

@@ -1,8 +1,11 @@
 #include "tools/UnitSource.h"
 
 #include <memory>
+#include <string_view>
 #include <utility>
 
+#include "Networking/FacFields.h"
+#include "Networking/SuperFrameOrder.h"
 #include "platform/Interrupt.h"
 #include "tools/CommandLine.h"
 #include "tools/StatusText.h"
@@ -11,6 +14,16 @@ namespace {
 
 constexpr uint32_t WAIT = 100;     // milliseconds; so soon the wish to end is seen
 constexpr uint32_t TAG_INDEX = 0;  // of the only protocol
+
+std::string_view BytesOf(const Packet& aUnit) {
+    return {reinterpret_cast<const char*>(aUnit.cData), aUnit.ValidBytes()};
+}
+
+bool OpensSuperFrame(MDIUnit& aUnit) {
+    aUnit.Parse();
+    unsigned char lFac[MDI_FAC_SIZE];
+    return aUnit.GetFac(lFac) == 1 && SuperFrameOrder().Accept(ParseFac(lFac).mIdentity);
+}
 
 }  // namespace
 
@@ -28,6 +41,8 @@ int UnitSource::Open(const std::string& aAddress, Protocol aProtocol, const Rece
         cEndpoint.ciObserver = &cReception;
         cEndpoint.ciSettings.mLive = true;
     }
+    cAddress = aAddress;
+    cProtocol = aProtocol;
     uint32_t lLocalInterface = 0;
     const int lStatus = ApplyOptions(aOptions, aAddress, cEndpoint, &lLocalInterface, apError);
     return lStatus == STATUS_DONE ? OpenEndpoint(cEndpoint, aAddress, aProtocol, lLocalInterface, apError) : lStatus;
@@ -48,6 +63,44 @@ int UnitSource::OpenCapture(const std::string& aAddress, Protocol aProtocol, std
     return STATUS_FAILED;
 }
 
+// Where the pass before began the next one does too, without a search, when the same unit is still there.
+int UnitSource::OpenAgain(std::string* apError) {
+    if (const int lStatus = Reopen(apError); lStatus != STATUS_DONE || cFirst.empty())
+        return lStatus;
+    cEndpoint.ciFileLayer->ciReadOffset = cSkipped;
+    Packet lUnit(0);
+    cFound = Receive(&lUnit) == Result::UNIT && BytesOf(lUnit) == cFirst;
+    return cFound ? STATUS_DONE : Reopen(apError);
+}
+
+int UnitSource::Reopen(std::string* apError) {
+    cEndpoint.AllowOpen();
+    cUnits = 0;
+    cAtEnd = false;
+    return OpenEndpoint(cEndpoint, cAddress, cProtocol, 0, apError);
+}
+
+bool UnitSource::Skip(uint32_t aUnit) {
+    while (!cFound) {
+        cSkipped = cEndpoint.ciFileLayer->ciReadOffset;
+        MDIUnit lUnit(0, 0, 0);
+        const Result lResult = Receive(&lUnit);
+        if (lResult == Result::END)
+            return false;
+        cFound = lResult == Result::UNIT && cUnits >= aUnit && (cProtocol != Protocol::MDI || OpensSuperFrame(lUnit));
+        if (cFound)
+            cFirst = BytesOf(lUnit);
+    }
+    return true;
+}
+
+double UnitSource::GetShare() const {
+    if (!IsFile())
+        return 0;
+    const FileLayer& lFile = *cEndpoint.ciFileLayer;
+    return static_cast<double>(lFile.ciReadOffset - cSkipped) / static_cast<double>(lFile.ciFileSize - cSkipped);
+}
+
 void UnitSource::Start() {
     if (!IsRead())
         cEndpoint.Start();
@@ -61,6 +114,10 @@ UnitSource::Result UnitSource::Receive(Packet* apOut) {
     cFindings.clear();
     if (MustEnd())
         return Result::END;
+    if (std::exchange(cFound, false)) {
+        apOut->Share(cpUnit);
+        return Result::UNIT;
+    }
     if (IsRead())
         return Pull(apOut);
     uint32_t lTimeOut = WAIT;
@@ -83,11 +140,11 @@ bool UnitSource::MustEnd() {
 
 UnitSource::Result UnitSource::Pull(Packet* apOut) {
     uint32_t lTimeOut = 0;
-    const TAGPacket* lpUnit = nullptr;
-    const uint32_t lResult = cEndpoint.PullUnit(&lTimeOut, &lpUnit);
+    const uint32_t lResult = cEndpoint.PullUnit(&lTimeOut, &cpUnit);
     cFindings = cRecords.Take();
     if (lResult == 1) {
-        apOut->Share(lpUnit);
+        ++cUnits;
+        apOut->Share(cpUnit);
         return Result::UNIT;
     }
     cAtEnd = lResult == 2;
