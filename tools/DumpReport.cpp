@@ -1,5 +1,6 @@
 #include "tools/DumpReport.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <optional>
 #include <utility>
@@ -8,6 +9,7 @@
 #include "platform/Console.h"
 #include "tools/JsonLine.h"
 #include "tools/Output.h"
+#include "tools/StatusText.h"
 #include "tools/Text.h"
 
 namespace {
@@ -68,6 +70,9 @@ struct DumpReport::Arrival {
     std::optional<uint32_t> mInterval;  // milliseconds since the unit before
 };
 
+DumpReport::DumpReport(const Form& aForm, const UnitSource& aSource)
+    : cForm(aForm), cSource(aSource), cOnTerminal(platform::IsTerminal(stdout)) {}
+
 DumpReport::Arrival DumpReport::NoteArrival() {
     const uint32_t lNow = platform::TickCount();
     Arrival lArrival = {platform::CalendarNow(), std::nullopt};
@@ -80,11 +85,14 @@ DumpReport::Arrival DumpReport::NoteArrival() {
 }
 
 void DumpReport::Unit(const UnitFacts& aFacts) {
-    const Arrival lArrival = NoteArrival();
+    const Arrival lArrival = cForm.mTimes ? NoteArrival() : Arrival();
     ++cUnits;
     cBytes += aFacts.mBytes;
     cFaults.Add(aFacts.mFindings);
-    cForm.mJson ? PrintJson(aFacts, lArrival) : PrintText(aFacts, lArrival);
+    if (!cForm.mQuiet || !aFacts.mFindings.empty()) {
+        MakeRoom();
+        cForm.mJson ? PrintJson(aFacts, lArrival) : PrintText(aFacts, lArrival);
+    }
     ShowProgress();
 }
 
@@ -92,14 +100,22 @@ void DumpReport::Other(const Findings& aFindings) {
     if (aFindings.empty())
         return;
     cFaults.Add(aFindings);
+    MakeRoom();
     PrintLine(cForm.mJson ? JsonLine({{"type", "fault"}, {"faults", JsonFindings(aFindings)}})
                           : "  ! " + JoinedFindings(aFindings));
 }
 
-// When standard output is a terminal too, the lines of the units show the progress.
+// When standard output is a terminal too, the lines of all units show the progress.
 void DumpReport::ShowProgress() {
-    if (cProgress.IsDue() && !platform::IsTerminal(stdout))
-        cProgress.Show(Count(cUnits, "unit") + (IsSound() ? "" : ", with faults"), 0);
+    if (cProgress.IsDue() && (cForm.mQuiet || !cOnTerminal))
+        cProgress.Show(Count(cUnits, "unit") + (IsSound() ? "" : ", with faults"),
+                       std::max(cSource.GetShare(), ShareOf(cUnits, cForm.mUnits)));
+}
+
+// For a line on the terminal that may show the progress.
+void DumpReport::MakeRoom() {
+    if (cOnTerminal)
+        cProgress.Clear();
 }
 
 void DumpReport::PrintText(const UnitFacts& aFacts, const Arrival& aArrival) const {
@@ -143,17 +159,17 @@ void DumpReport::PrintJson(const UnitFacts& aFacts, const Arrival& aArrival) con
     PrintLine(JsonLine(lLine));
 }
 
-void DumpReport::Summary(const UnitCheck& aCheck, bool aVerdict, const ReceptionStatistics* apReception) {
+void DumpReport::Summary(const UnitCheck& aCheck) {
     cProgress.Clear();
-    if (aVerdict && cUnits == 0)
+    if (HasVerdict() && cUnits == 0)
         Other({{FAULT_NO_UNIT, ""}});
-    else if (aVerdict && !aCheck.AtBoundary())
+    else if (HasVerdict() && !aCheck.AtBoundary())
         Other({{FAULT_PARTIAL_END, "the player leaves out units when it begins anew"}});
-    cForm.mJson ? PrintJsonSummary(aCheck, aVerdict, apReception) : PrintTextSummary(aCheck, aVerdict, apReception);
+    cForm.mJson ? PrintJsonSummary(aCheck) : PrintTextSummary(aCheck);
 }
 
-void DumpReport::PrintTextSummary(const UnitCheck& aCheck, bool aVerdict,
-                                  const ReceptionStatistics* apReception) const {
+void DumpReport::PrintTextSummary(const UnitCheck& aCheck) const {
+    const ReceptionStatistics* const lpReception = cSource.GetReception();
     const DlfcWatch& lCounters = aCheck.GetCounters();
     PrintLine("\n" + Count(cUnits, "unit") + ", " + std::to_string(lCounters.GetLost()) + " lost, " +
               std::to_string(lCounters.GetBack()) + " out of order, " + Count(cBytes, "byte"));
@@ -162,20 +178,22 @@ void DumpReport::PrintTextSummary(const UnitCheck& aCheck, bool aVerdict,
                   std::to_string(cIntervals.Percentile(99)) + " ms, longest " +
                   std::to_string(cIntervals.GetMaximum()) + " ms");
     }
-    if (apReception != nullptr && !apReception->GetText().empty())
-        PrintLine("reception: " + apReception->GetText());
+    if (lpReception != nullptr && !lpReception->GetText().empty())
+        PrintLine("reception: " + lpReception->GetText());
     if (!aCheck.GetMode().empty())
         PrintLine("DRM mode: " + aCheck.GetMode());
     for (const Fault lFault : cFaults.GetFound()) {
         PrintLine((IsLoss(lFault) ? "fault: " : "remark: ") + std::to_string(cFaults.Get(lFault)) + " x " +
                   FaultName(lFault));
     }
-    if (aVerdict)
+    if (HasVerdict())
         PrintLine(IsSound() ? "The recording is sound." : "The recording is NOT sound.");
+    if (HasVerdict() && cSource.IsLongerThanDefault())
+        PrintLine("It is " + LongerThanDefault() + ".");
 }
 
-void DumpReport::PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict,
-                                  const ReceptionStatistics* apReception) const {
+void DumpReport::PrintJsonSummary(const UnitCheck& aCheck) const {
+    const ReceptionStatistics* const lpReception = cSource.GetReception();
     const DlfcWatch& lCounters = aCheck.GetCounters();
     Json lSummary = {{"type", "summary"},
                      {"units", cUnits},
@@ -186,13 +204,15 @@ void DumpReport::PrintJsonSummary(const UnitCheck& aCheck, bool aVerdict,
         lSummary["interval_ms"] = {
             {"p50", cIntervals.Percentile(50)}, {"p99", cIntervals.Percentile(99)}, {"max", cIntervals.GetMaximum()}};
     }
-    if (apReception != nullptr)
-        lSummary["reception"] = JsonOf(*apReception);
+    if (lpReception != nullptr)
+        lSummary["reception"] = JsonOf(*lpReception);
     lSummary["drm_mode"] = aCheck.GetMode();
     Json& lFaults = lSummary["faults"] = Json::object();
     for (const Fault lFault : cFaults.GetFound())
         lFaults[FaultName(lFault)] = cFaults.Get(lFault);
-    if (aVerdict)
+    if (HasVerdict()) {
+        lSummary["longer_than_default_limit"] = cSource.IsLongerThanDefault();
         lSummary["sound"] = IsSound();
+    }
     PrintLine(JsonLine(lSummary));
 }

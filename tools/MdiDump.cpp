@@ -13,7 +13,6 @@ namespace {
 
 struct Options {
     DumpReport::Form mForm;
-    uint32_t mUnits = UINT32_MAX;
     ReceivingOptions mReceiving;
     std::string mAddress;
 };
@@ -30,7 +29,8 @@ void AddOptions(CommandLine* apLine, Options* apOptions) {
                        "or\n\"pcap:FILE?port=N&host=ADDRESS\"");
     apLine->AddFlag("-v,--verbose", &apOptions->mForm.mVerbose, "all TAG items of each unit: name, bits, first bytes");
     apLine->AddFlag("-j,--json", &apOptions->mForm.mJson, "one JSON object a line, the last one the summary");
-    apLine->AddNumber("-n,--units", &apOptions->mUnits, 1, UINT32_MAX, "end after so many units");
+    apLine->AddFlag("-q,--quiet", &apOptions->mForm.mQuiet, "only the units with something wrong or to remark");
+    apLine->AddNumber("-n,--units", &apOptions->mForm.mUnits, 1, UINT32_MAX, "end after so many units");
     AddReceivingOptions(apLine, &apOptions->mReceiving);
 }
 
@@ -61,11 +61,14 @@ int main(int argc, char** argv) {
         lStatus != STATUS_DONE)
         return lLine.Fail(lStatus, lError);
     lOptions.mForm.mTimes = !lSource.IsFile() && !CaptureAddress::Is(lOptions.mAddress);
-    DumpReport lReport(lOptions.mForm);
+    DumpReport lReport(lOptions.mForm, lSource);
     UnitCheck lCheck(lSource.IsFile());
+    if (lSource.IsFile())
+        BufferOutput();
     lSource.Start();
-    Dump(lSource, lOptions.mUnits, &lCheck, &lReport);
-    lReport.Summary(lCheck, lSource.IsFile() && lSource.AtEnd(), lSource.GetReception());
+    Dump(lSource, lOptions.mForm.mUnits, &lCheck, &lReport);
+    lReport.Summary(lCheck);
+    FlushOutput();
     if (OutputError() == EPIPE)
         return STATUS_FAILED;  // without a message, as other tools whose reader ends before them
     if (OutputError() != 0)

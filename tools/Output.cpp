@@ -9,6 +9,12 @@
 namespace {
 
 int sOutputError = 0;
+bool sBuffered = false;
+
+void Note(bool aWritten) {
+    if (!aWritten && sOutputError == 0)
+        sOutputError = errno;
+}
 
 }  // namespace
 
@@ -20,9 +26,17 @@ void PrepareTool() {
 }
 
 void PrintLine(const std::string& aLine) {
-    const bool lWritten = std::fputs((aLine + "\n").c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
-    if (!lWritten && sOutputError == 0)
-        sOutputError = errno;
+    Note(std::fputs((aLine + "\n").c_str(), stdout) >= 0);
+    if (!sBuffered)
+        FlushOutput();
+}
+
+void BufferOutput() {
+    sBuffered = true;
+}
+
+void FlushOutput() {
+    Note(std::fflush(stdout) == 0);
 }
 
 int OutputError() {

@@ -97,6 +97,17 @@ std::string WithDlfc(std::string aUnit, uint32_t aDlfc) {
     return aUnit;
 }
 
+// What a dump leaves when it is quiet.
+std::string WithoutSoundUnits(const std::string& aDump) {
+    std::istringstream lStream(aDump);
+    std::string lRest;
+    for (std::string lLine; std::getline(lStream, lLine);) {
+        const bool lUnit = lLine.starts_with("dlfc ") || lLine.starts_with("{\"type\":\"unit\"");
+        lRest += lUnit && !Contains(lLine, "! ") && !Contains(lLine, "\"faults\":[\"") ? "" : lLine + "\n";
+    }
+    return lRest;
+}
+
 // There is nothing but objects, one a line: the layers' own texts are not data.
 void ExpectObjects(const std::string& aPath) {
     std::ifstream lFile(aPath);
@@ -118,6 +129,12 @@ protected:
         EXPECT_EQ(aSound ? 0 : 1, Dump("--json dcp.file.pft:rec.mdi:0:0"));
         EXPECT_TRUE(Contains(ReadFile("console"), aSound ? ",\"sound\":true}\n" : ",\"sound\":false}\n"));
         ExpectObjects("console");
+        for (const char* const lpForm : {"", "--json "}) {
+            Dump(lpForm + "dcp.file.pft:rec.mdi:0:0"s);
+            const std::string lRest = WithoutSoundUnits(ReadFile("console"));
+            Dump(lpForm + "--quiet dcp.file.pft:rec.mdi:0:0"s);
+            EXPECT_EQ(lRest, ReadFile("console"));
+        }
     }
 
     const TestDirectory cDirectory;
@@ -286,7 +303,12 @@ TEST_F(ToolsSystemTest, RelayWarnsOfARecordingThatThePlayerRefuses) {
     EXPECT_EQ(0, Relay("--fast dcp.file:rec.mdi:0:0 dcp.file.pft:out.mdi:999:0"));
     const std::string LONG = "longer than the 524288 bytes that the player takes without InputFileSizeLimit";
     EXPECT_EQ("dcp-relay: the recording is " + LONG + "\n", ReadFile("errors"));
-    EXPECT_EQ(0, Dump("dcp.file.pft:out.mdi:0:0"));  // long, but sound
+    for (const auto& [lFile, lIsLong] : {std::pair("rec", false), {"out", true}}) {
+        EXPECT_EQ(0, Dump("dcp.file.pft:"s + lFile + ".mdi:0:0"));  // long, but sound
+        EXPECT_EQ(lIsLong, ReadFile("console").ends_with("The recording is sound.\nIt is " + LONG + ".\n"));
+        EXPECT_EQ(0, Dump("--json dcp.file.pft:"s + lFile + ".mdi:0:0"));
+        EXPECT_TRUE(Contains(ReadFile("console"), "\"longer_than_default_limit\":"s + (lIsLong ? "true" : "false")));
+    }
 }
 
 TEST_F(ToolsSystemTest, NamesWrongUsageAndWhatFails) {
