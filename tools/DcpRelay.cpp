@@ -1,11 +1,15 @@
 // dcp-relay: takes units from one DCP address and sends them to another.
 
+#include <algorithm>
 #include <cerrno>
 #include <filesystem>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "Networking/MDIUnit.h"
+#include "platform/Interrupt.h"
+#include "tools/CaptureAddress.h"
 #include "tools/CommandLine.h"
 #include "tools/DlfcWatch.h"
 #include "tools/FramePacer.h"
@@ -22,6 +26,8 @@ namespace {
 struct Options {
     Protocol mProtocol = Protocol::MDI;
     uint32_t mUnits = UINT32_MAX;
+    uint32_t mLoop = 1;   // passes over a recording; 0: without end
+    uint32_t mStart = 0;  // the unit of a recording that each pass begins at or behind; 0: the recording's beginning
     bool mRenumber = false;
     bool mFast = false;
     uint32_t mStatistics = 0;  // seconds; 0: at the end only
@@ -35,8 +41,8 @@ struct Options {
 
 constexpr char PURPOSE[] =
     "Sends the units that FROM delivers to TO: records a network in a file, plays a\n"
-    "file once, forwards between networks.  Statistics go to standard output, at the\n"
-    "end or more often.";
+    "file, forwards between networks.  Statistics go to standard output, at the end\n"
+    "or more often.";
 
 void AddOptions(CommandLine* apLine, Options* apOptions) {
     apLine->AddOperand("FROM", &apOptions->mFrom,
@@ -50,6 +56,9 @@ void AddOptions(CommandLine* apLine, Options* apOptions) {
     apLine->AddChoice("-p,--protocol", {"mdi", "mci", "sdi"}, "of the units (mdi)",
                       [apOptions](size_t aWord) { apOptions->mProtocol = static_cast<Protocol>(aWord); });
     apLine->AddNumber("-n,--units", &apOptions->mUnits, 1, UINT32_MAX, "end after so many units");
+    apLine->AddNumber("--start", &apOptions->mStart, 1, UINT32_MAX,
+                      "begin a file at this unit, counted from 1, or at the\nnext one that begins a super frame");
+    apLine->AddNumber("--loop", &apOptions->mLoop, 0, UINT32_MAX, "play a file so many times (1); 0: without end");
     apLine->AddFlag("-r,--renumber", &apOptions->mRenumber, "number the units anew (dlfc), from 0 on; mdi only");
     apLine->AddFlag("-f,--fast", &apOptions->mFast, "units of a file as fast as TO takes them, not one\nper 400 ms");
     apLine->AddNumber("-s,--stats", &apOptions->mStatistics, 1, 86400, "statistics every so many seconds");
@@ -73,6 +82,12 @@ bool AreOneFile(const std::string& aFrom, const std::string& aTo) {
            std::filesystem::equivalent(lFrom.mName, lTo.mName, lIgnored);
 }
 
+// An address that cannot be opened counts as a recording, so that its own error is told.
+bool IsRecording(const std::string& aFrom) {
+    DCPAddress lParts;
+    return !CaptureAddress::Is(aFrom) && (lParts.Parse(aFrom.c_str()) != 0 || lParts.mTransport == TRANSPORT_FILE);
+}
+
 // The milliseconds from one line of statistics to the next; without --stats they never pass.
 uint64_t PeriodOf(const Options& aOptions) {
     return aOptions.mStatistics > 0 ? uint64_t{1000} * aOptions.mStatistics : UINT64_MAX;
@@ -89,14 +104,17 @@ public:
 private:
     enum class Pass { GO_ON, END, FAILED };
 
+    bool SkipToStart(std::string* apError);
     bool LostOnTheWay() const;
     Pass Take();
+    Pass NextPass();
     Pass Forward(MDIUnit& aUnit);
     void Number(MDIUnit& aUnit);
     void NoteDelivery(bool aDelivered);
     void NoteSize();
     std::string SystemReason() const;
     void Report();
+    double Share() const;
     void Say(const std::string& aText);
 
     const CommandLine& cLine;
@@ -113,6 +131,8 @@ private:
     uint64_t cRefused = 0;      // units that TO did not take
     uint64_t cUndelivered = 0;  // the part of cRefused since TO last took a unit
     bool cLongRecording = false;
+    uint64_t cPasses = 0;                     // that are over
+    uint64_t cReceivedInPasses = 0;           // units, in these
     uint64_t cNextLine = PeriodOf(cOptions);  // when statistics are due, in milliseconds from the start
 };
 
@@ -121,11 +141,24 @@ int Relay::Open() {
         return cLine.Fail(STATUS_USAGE, "--renumber is for mdi only");
     if (AreOneFile(cOptions.mFrom, cOptions.mTo))
         return cLine.Fail(STATUS_USAGE, "FROM and TO are the same file");
+    if ((cOptions.mStart > 0 || cOptions.mLoop != 1) && !IsRecording(cOptions.mFrom))
+        return cLine.Fail(STATUS_USAGE, "--start and --loop are for files that hold recordings");
     std::string lError;
     int lStatus = cSource.Open(cOptions.mFrom, cOptions.mProtocol, cOptions.mReceiving, &lError);
+    if (lStatus == STATUS_DONE && !SkipToStart(&lError))
+        lStatus = STATUS_USAGE;
     if (lStatus == STATUS_DONE)
         lStatus = cSink.Open(cOptions.mTo, cOptions.mProtocol, cOptions.mSending, &lError);
     return lStatus == STATUS_DONE ? lStatus : cLine.Fail(lStatus, lError);
+}
+
+bool Relay::SkipToStart(std::string* apError) {
+    if (cOptions.mStart == 0 || cSource.Skip(cOptions.mStart) || platform::Interrupted())
+        return true;
+    *apError = "--start " + std::to_string(cOptions.mStart) +
+               " is beyond the beginning of the last super frame of FROM, which has " +
+               Count(cSource.GetUnits(), "unit");
+    return false;
 }
 
 int Relay::Run() {
@@ -169,13 +202,27 @@ Relay::Pass Relay::Take() {
     if (lResult == UnitSource::Result::LOST && !lOtherProtocol && cOptions.mProtocol != Protocol::MDI)
         cStatistics.Lost(1);  // losses of MDI show in its frame counters
     if (lResult != UnitSource::Result::UNIT)
-        return lResult == UnitSource::Result::END ? Pass::END : Pass::GO_ON;
+        return lResult == UnitSource::Result::END ? NextPass() : Pass::GO_ON;
     cStatistics.Received();
     if (cOptions.mProtocol == Protocol::MDI)
         Number(lUnit);
     if (cSource.IsRead() && !cOptions.mFast)
         cPacer.Wait();
     return Forward(lUnit);
+}
+
+// A pass without a unit is the last one, because nothing would hold up those after it.
+Relay::Pass Relay::NextPass() {
+    ++cPasses;
+    const bool lEmpty = cStatistics.GetReceived() == std::exchange(cReceivedInPasses, cStatistics.GetReceived());
+    if (!cSource.AtEnd() || cPasses == cOptions.mLoop || cStatistics.GetReceived() == 0)
+        return Pass::END;
+    cCounters = DlfcWatch();  // the way back to the first counter is no loss
+    std::string lError = "FROM has no unit any more";
+    if (!lEmpty && cSource.OpenAgain(&lError) == STATUS_DONE && SkipToStart(&lError))
+        return Pass::GO_ON;
+    Say(lError);
+    return Pass::FAILED;
 }
 
 // Counts the units that are missing before this one, and renumbers it.  A unit without a counter stays as it is.
@@ -247,7 +294,13 @@ void Relay::Report() {
         PrintLine(cStatistics.Line(cOptions.mJson, false, cSource.GetReception()));
     }
     if (cProgress.IsDue())
-        cProgress.Show(cStatistics.Short(), 0);
+        cProgress.Show(cStatistics.Short(), Share());
+}
+
+double Relay::Share() const {
+    const double lPasses = static_cast<double>(cPasses) + cSource.GetShare();
+    return std::max(cOptions.mLoop > 0 ? lPasses / cOptions.mLoop : 0,
+                    ShareOf(cStatistics.GetReceived(), cOptions.mUnits));
 }
 
 void Relay::Say(const std::string& aText) {

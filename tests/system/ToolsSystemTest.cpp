@@ -311,6 +311,35 @@ TEST_F(ToolsSystemTest, RelayWarnsOfARecordingThatThePlayerRefuses) {
     }
 }
 
+TEST_F(ToolsSystemTest, RelayRepeatsFromABeginningOfASuperFrame) {
+    const Units lUnits = MakeUnits(7);
+    const struct {
+        const char* mOptions;
+        std::vector<uint32_t> mSent;
+    } CASES[] = {
+        {"--loop=3", {0, 1, 2, 3, 4, 5, 6, 0, 1, 2, 3, 4, 5, 6, 0, 1, 2, 3, 4, 5, 6}},
+        {"--loop=2 --start=2", {3, 4, 5, 6, 3, 4, 5, 6}},
+        {"--loop=0 --start=4 --units=6", {3, 4, 5, 6, 3, 4}},
+        {"--start=7", {6}},
+    };
+    for (const auto& lCase : CASES) {
+        for (const bool lPft : {false, true}) {
+            for (const bool lRenumber : {false, true}) {
+                SCOPED_TRACE(testing::Message() << lCase.mOptions << lPft << lRenumber);
+                WriteFile("rec.mdi", RecordingOf(lUnits, lPft));
+                Units lSent;
+                for (const uint32_t lUnit : lCase.mSent)
+                    lSent.push_back(WithDlfc(lUnits[lUnit], lRenumber ? static_cast<uint32_t>(lSent.size()) : lUnit));
+                EXPECT_EQ(0, Relay("--fast --strict "s + (lRenumber ? "--renumber " : "") + lCase.mOptions +
+                                   " dcp.file:rec.mdi:0:0 dcp.file:out.mdi:99:0"));
+                EXPECT_TRUE(RecordingOf(lSent, false) == ReadFile("out.mdi"));
+                EXPECT_TRUE(Contains(ReadFile("console"), " 0 lost, ")) << ReadFile("console");
+                EXPECT_EQ("", ReadFile("errors") + ReadFile("ERR_SYS.tra"));
+            }
+        }
+    }
+}
+
 TEST_F(ToolsSystemTest, NamesWrongUsageAndWhatFails) {
     WriteFile("rec.mdi", RecordingOf(MakeUnits(1), false));
     const std::string FROM = "dcp.file:rec.mdi:0:0 ";
@@ -336,6 +365,12 @@ TEST_F(ToolsSystemTest, NamesWrongUsageAndWhatFails) {
          "dcp-relay: dcp.file:out.mdi:0:0: the first number is the limit of the recording in units, for example 9999"},
         {DCP_RELAY " " + FROM + "dcp.file:./rec.mdi:9:0", 2, "dcp-relay: FROM and TO are the same file"},
         {DCP_RELAY " --renumber --protocol mci " + FROM + "x", 2, "dcp-relay: --renumber is for mdi only"},
+        {DCP_RELAY " --start 2 " + FROM + "dcp.file:out.mdi:9:0", 2,
+         "dcp-relay: --start 2 is beyond the beginning of the last super frame of FROM, which has 1 unit"},
+        {DCP_RELAY " --loop 0 dcp.udp://any:5000 dcp.file:out.mdi:9:0", 2,
+         "dcp-relay: --start and --loop are for files that hold recordings"},
+        {DCP_RELAY " --start 1 pcap:- dcp.file:out.mdi:9:0", 2,
+         "dcp-relay: --start and --loop are for files that hold recordings"},
         {DCP_RELAY " dcp.file:none:0:0 dcp.file:out.mdi:9:0", 1,
          "dcp-relay: none cannot be read: No such file or directory"},
         {DCP_RELAY " " + FROM + "dcp.file:none/out.mdi:9:0", 1,
