@@ -76,9 +76,12 @@ void Probe(CAddressEntry* apEntry) {
     }
     apEntry->mFailedProbes = 0;
     apEntry->miStatus = ADDRESS_USABLE;
-    // An entry that was listed by name keeps that name, because the next question by it must find the entry.
+    // A destination that has come back is usable at once: its name waits for the next pass, because the name server may
+    // take many seconds.  An entry that was listed by name keeps that name, because the next question by it must find
+    // the entry.
     std::string lName;
-    if (apEntry->miName[0] == '\0' && platform::LookUpHostName(platform::ParseAddress(apEntry->miAddress), &lName))
+    if (!lIsGone && apEntry->miName[0] == '\0' &&
+        platform::LookUpHostName(platform::ParseAddress(apEntry->miAddress), &lName))
         Store(UpToDot(lName), apEntry->miName);
 }
 
