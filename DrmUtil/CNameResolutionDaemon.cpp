@@ -68,9 +68,9 @@ void Resolve(CAddressEntry* apEntry) {
 
 void Probe(CAddressEntry* apEntry) {
     const bool lIsGone = apEntry->miStatus == ADDRESS_UNREACHABLE;
-    const uint32_t lWait = lIsGone ? CNameResolutionDaemon::cReturnWait.load() : PROBE_WAIT_MS;
+    const uint32_t lWait = lIsGone ? apEntry->mRules.mReturnWait : PROBE_WAIT_MS;
     if (!CNameResolutionDaemon::IsReachable(apEntry->miAddress, lWait)) {
-        if (!ProbeSocketRefused() && ++apEntry->mFailedProbes >= CNameResolutionDaemon::cProbeTries)
+        if (!ProbeSocketRefused() && ++apEntry->mFailedProbes >= apEntry->mRules.mTries)
             apEntry->miStatus = ADDRESS_UNREACHABLE;
         return;
     }
@@ -99,8 +99,6 @@ std::list<CAddressEntry>* CNameResolutionDaemon::cAddressList = nullptr;
 platform::Semaphore* CNameResolutionDaemon::cListLockSemaphore = nullptr;
 bool CNameResolutionDaemon::cListChanged = false;
 std::atomic<uint32_t> CNameResolutionDaemon::cPeriod = 0;
-std::atomic<uint32_t> CNameResolutionDaemon::cProbeTries = 1;
-std::atomic<uint32_t> CNameResolutionDaemon::cReturnWait = PROBE_WAIT_MS;
 
 CNameResolutionDaemon* CNameResolutionDaemon::GetInstance() {
     if (cInstance != nullptr)
@@ -135,20 +133,23 @@ void CNameResolutionDaemon::StartThread(int aPriority) {
         WriteTrace("starting the name resolution thread failed.");
 }
 
-uint32_t CNameResolutionDaemon::GetAddressState(const char* aHost) {
+uint32_t CNameResolutionDaemon::GetAddressState(const char* aHost, const ProbeRules& aRules) {
     GetInstance();
-    if (cProbeTries == 0 || IsMulticastAddress(aHost) || IsLocalDestination(aHost))
+    if (aRules.mTries == 0 || IsMulticastAddress(aHost) || IsLocalDestination(aHost))
         return ADDRESS_USABLE;
     CAddressEntry lWanted;
     if (!MakeEntry(aHost, &lWanted))
         return ADDRESS_UNREACHABLE;
+    lWanted.mRules = aRules;
     const ListLock lLock;
     const auto lFound = std::find_if(cAddressList->begin(), cAddressList->end(), [&lWanted](const auto& aEntry) {
         return lWanted.miAddress[0] != '\0' ? std::strcmp(aEntry.miAddress, lWanted.miAddress) == 0
                                             : std::strcmp(aEntry.miName, lWanted.miName) == 0;
     });
-    if (lFound != cAddressList->end())
+    if (lFound != cAddressList->end()) {
+        lFound->mRules = aRules;
         return lFound->miStatus;
+    }
     Append(lWanted);
     return ADDRESS_PENDING;
 }

@@ -17,12 +17,24 @@ enum AddressStatus : uint32_t {
     ADDRESS_UNREACHABLE = 2
 };
 
+// How a destination is probed.
+struct ProbeRules {
+    // So many probes in a row, one in each pass, must fail before the destination is unreachable.  0: there is no
+    // probe, and every destination is usable and not listed.
+    uint32_t mTries = 1;
+
+    // How long the probe of a destination that is unreachable waits for an answer, in milliseconds: the less, the
+    // sooner its return is noticed, but it must exceed the time of the longest way there and back.
+    uint32_t mReturnWait = PROBE_WAIT_MS;
+};
+
 // A destination that the daemon watches.
 struct CAddressEntry {
     uint32_t miStatus = ADDRESS_PENDING;
     char miAddress[ENTRY_ADDRESS_SIZE] = "";  // dotted; empty as long as only the name is known
     char miName[ENTRY_NAME_SIZE] = "";        // up to its first dot; empty as long as only the address is known
     uint32_t mFailedProbes = 0;               // in a row, until the destination is unreachable
+    ProbeRules mRules;                        // of the last question
 };
 
 // Tells whether a destination may be sent to.  The first question about a destination lists it for good.  From then on
@@ -42,8 +54,8 @@ public:
 
     // The AddressStatus of a destination: a dotted address, or a host name, which counts up to its first dot.  A new
     // destination is listed and pending.  One whose text does not fit an entry is unreachable and not listed, unless it
-    // is always usable.
-    static uint32_t GetAddressState(const char* aHost);
+    // is always usable.  The rules hold for the destination until the next question about it.
+    static uint32_t GetAddressState(const char* aHost, const ProbeRules& aRules = ProbeRules());
 
     // Lists a destination.  One whose text does not fit an entry is ignored.
     static void AddAddress(const char* aHost);
@@ -71,14 +83,6 @@ public:
     static platform::Semaphore* cListLockSemaphore;
     static bool cListChanged;              // an entry was added since the pass began; under the lock
     static std::atomic<uint32_t> cPeriod;  // milliseconds between passes
-
-    // So many probes of a destination in a row, one in each pass, must fail before it is unreachable.  0: there is no
-    // probe, and every destination is usable and not listed.  To be set before the first question.
-    static std::atomic<uint32_t> cProbeTries;
-
-    // How long the probe of a destination that is unreachable waits for an answer, in milliseconds: the less, the
-    // sooner its return is noticed, but it must exceed the time of the longest way there and back.
-    static std::atomic<uint32_t> cReturnWait;
 
 private:
     CNameResolutionDaemon();

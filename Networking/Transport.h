@@ -30,6 +30,7 @@ struct TransportSettings {
     bool mSharePort = false;   // other receivers of the same group on this host may share the port
     uint32_t mTimeToLive = 0;  // TTL of datagrams sent, 1 to 255; 0: the system's default
     uint32_t mDSCP = 0;        // DSCP of datagrams sent, 0 to 63 (RFC 2474)
+    uint32_t mProbeTries = 1;  // probes in a row that must fail before a destination is unusable; 0: no probe
     bool mReopen = false;      // a sender's socket that cannot be opened, or fails, is opened anew once a second
 };
 

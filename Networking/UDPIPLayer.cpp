@@ -14,6 +14,9 @@ namespace {
 constexpr uint32_t ANY_ADDRESS = 0;
 constexpr uint32_t LOOPBACK_ADDRESS = 0x7F000001;
 
+// Sending works again within 3 s of a destination's return: this wait, the second between probes and a DRM frame.
+constexpr uint32_t RETURN_WAIT = 1400;  // milliseconds
+
 enum SocketState : uint32_t { CLOSED = 0, OPEN = 1 };
 enum Direction : uint32_t { RECEIVING = 0, SENDING = 1 };
 
@@ -154,7 +157,8 @@ UDPIPLayer::Sent UDPIPLayer::SendDatagram(const Packet& aPacket) {
         std::snprintf(cFailure, sizeof cFailure, "setting Socket TimeOut failed.");
         return Sent::SOCKET_FAILED;
     }
-    if (CNameResolutionDaemon::GetAddressState(ciAddress) == ADDRESS_UNREACHABLE)
+    const ProbeRules lRules = {ciSettings.mProbeTries, ciSettings.mReopen ? RETURN_WAIT : PROBE_WAIT_MS};
+    if (CNameResolutionDaemon::GetAddressState(ciAddress, lRules) == ADDRESS_UNREACHABLE)
         return Sent::UNREACHABLE;
     if (ciSocket.Send(aPacket.cData, aPacket.GetSize()))
         return Sent::DONE;

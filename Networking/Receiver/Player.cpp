@@ -1,6 +1,5 @@
 #include "Networking/Receiver/Player.h"
 
-#include "DrmUtil/CNameResolutionDaemon.h"
 #include "Networking/Receiver/PlayerEndpoints.h"
 #include "Networking/Receiver/PlayerReports.h"
 #include "Networking/Receiver/PlayerSettings.h"
@@ -9,17 +8,6 @@
 #include "platform/Socket.h"
 
 namespace {
-
-// Units go out again within 3 s of a destination's return: this wait, the second between probes and a frame.
-constexpr uint32_t RETURN_WAIT = 1400;  // milliseconds
-
-void ApplyToProcess(const PlayerSettings& aSettings) {
-    if (aSettings.mQuietConsole)
-        platform::QuietConsole();
-    CNameResolutionDaemon::cProbeTries = aSettings.mProbeTries;
-    if (aSettings.mContinueAfterErrors)
-        CNameResolutionDaemon::cReturnWait = RETURN_WAIT;
-}
 
 void Play(const PlayerSettings& aSettings, PlayerReports& aReports) {
     // The endpoints are never deleted: their tasks use them until the process is gone.
@@ -41,7 +29,8 @@ void RunPlayer() {
     PlayerSettings lSettings;
     if (!ReadPlayerSettings(&lSettings))
         return;
-    ApplyToProcess(lSettings);
+    if (lSettings.mQuietConsole)
+        platform::QuietConsole();
     if (!platform::StartSockets()) {
         platform::Print("WSAStartup KO");
         return;

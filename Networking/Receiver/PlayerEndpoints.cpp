@@ -34,6 +34,7 @@ bool OpenSender(const PlayerSettings& aSettings, DRMNetworkInterface& aSender) {
     aSender.ciSettings.mInterface = aSettings.mInterface;
     aSender.ciSettings.mTimeToLive = aSettings.mTimeToLive;
     aSender.ciSettings.mDSCP = aSettings.mDSCP;
+    aSender.ciSettings.mProbeTries = aSettings.mProbeTries;
     aSender.ciSettings.mReopen = aSettings.mContinueAfterErrors;
     aSender.ciSupportedErrors = aSettings.mProtection;
     const char* const lpParity = aSettings.mProtection > 0 ? "?fec=1" : "";
