@@ -38,6 +38,13 @@ bool TakeInterface(const std::string& aValue, PlayerSettings* apSettings) {
     return lAddress != platform::NO_ADDRESS && aValue == lDotted;
 }
 
+constexpr char FULL[] = "full";
+
+// Takes nothing: the console was made quiet before.
+bool TakeConsole(const std::string& aValue, PlayerSettings* /*apSettings*/) {
+    return aValue == FULL || aValue == QUIET;
+}
+
 bool TakeMetricsFile(const std::string& aValue, PlayerSettings* apSettings) {
     apSettings->mMetricsFile = aValue;
     return MetricsWriter::CanWrite(aValue);
@@ -47,8 +54,6 @@ constexpr char RELATIVE[] = "relative";
 constexpr char ABSOLUTE[] = "absolute";
 constexpr char END[] = "end";
 constexpr char CONTINUE[] = "continue";
-constexpr char FULL[] = "full";
-constexpr char QUIET[] = "quiet";
 constexpr char SYSTEM_DEFAULT[] = "(the system's)";
 
 struct Rule {
@@ -62,7 +67,7 @@ constexpr Rule RULES[] = {
     {"Pacing", RELATIVE, "relative or absolute", TakeWord<&PlayerSettings::mAbsolutePacing, RELATIVE, ABSOLUTE>},
     {"SendErrors", END, "end or continue", TakeWord<&PlayerSettings::mContinueAfterErrors, END, CONTINUE>},
     {"ProbeTries", "1", "0 to 100", TakeNumber<&PlayerSettings::mProbeTries, 0, 100>},
-    {"Console", FULL, "full or quiet", TakeWord<&PlayerSettings::mQuietConsole, FULL, QUIET>},
+    {CONSOLE, FULL, "full or quiet", TakeConsole},
     {"DrmOutputProtection", "0", "0 to 7", TakeNumber<&PlayerSettings::mProtection, 0, 7>},
     {"DrmOutputInterface", SYSTEM_DEFAULT, "the name or the IPv4 address of an interface", TakeInterface},
     {"DrmOutputTTL", SYSTEM_DEFAULT, "1 to 255", TakeNumber<&PlayerSettings::mTimeToLive, 1, 255>},

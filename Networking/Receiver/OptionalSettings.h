@@ -5,6 +5,10 @@
 #include "Networking/Receiver/PlayerSettings.h"
 #include "platform/Settings.h"
 
+// The key that counts before all others are read, and its value for a quiet console.
+constexpr char CONSOLE[] = "Console";
+constexpr char QUIET[] = "quiet";
+
 // Reads the optional keys.  An empty value counts as an absent key.  False after the first value that is not
 // acceptable, with a line on the console.
 bool ReadOptionalSettings(const platform::IniSection& aSection, PlayerSettings* apSettings);

@@ -21,6 +21,8 @@ void Play(const PlayerSettings& aSettings, PlayerReports& aReports) {
 }  // namespace
 
 void RunPlayer() {
+    if (WantsQuietConsole())
+        platform::QuietConsole();
     platform::Print(
         "******************************************\n"
         "** Starting MDI File Player application **\n"
@@ -29,8 +31,6 @@ void RunPlayer() {
     PlayerSettings lSettings;
     if (!ReadPlayerSettings(&lSettings))
         return;
-    if (lSettings.mQuietConsole)
-        platform::QuietConsole();
     if (!platform::StartSockets()) {
         platform::Print("WSAStartup KO");
         return;

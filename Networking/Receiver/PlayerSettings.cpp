@@ -10,6 +10,7 @@
 namespace {
 
 constexpr char INI_FILE_NAME[] = "VESTRAL Tessavox.ini";
+constexpr char SECTION[] = "Settings";
 constexpr int FIRST_PORT = 1025;
 constexpr int LAST_PORT = 65535;
 constexpr int ABSENT_NUMBER = -1;
@@ -38,7 +39,7 @@ bool ReadAndCheck(PlayerSettings* apSettings) {
     std::string lPath;
     if (!FindIniFile(&lPath))
         return false;
-    const platform::IniSection lSection(lPath, "Settings");
+    const platform::IniSection lSection(lPath, SECTION);
     apSettings->mInputFileName = lSection.GetText(INPUT_FILE_NAME, "");
     if (apSettings->mInputFileName.empty())
         return ReportMissing(INPUT_FILE_NAME);
@@ -60,6 +61,10 @@ bool ReadAndCheck(PlayerSettings* apSettings) {
 }
 
 }  // namespace
+
+bool WantsQuietConsole() {
+    return platform::IniSection(INI_FILE_NAME, SECTION).GetText(CONSOLE, "") == QUIET;
+}
 
 bool ReadPlayerSettings(PlayerSettings* apSettings) {
     const bool lAccepted = ReadAndCheck(apSettings);

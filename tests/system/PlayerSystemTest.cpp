@@ -179,13 +179,24 @@ TEST_F(PlayerSystemTest, AUselessRecordingLeavesTheMachineIdle) {
     }
 }
 
+// Standard output becomes a pipe that is full and that nobody reads.
+void StallConsole() {
+    int lEnds[2];
+    if (pipe2(lEnds, O_NONBLOCK) != 0)
+        _exit(98);
+    while (write(lEnds[1], "x", 1) == 1) {
+    }
+    fcntl(lEnds[1], F_SETFL, 0);
+    dup2(lEnds[1], STDOUT_FILENO);
+}
+
 TEST_F(PlayerSystemTest, TellsItsSupervisorsOfItsWork) {
     NotifySocket lManager("@tessavox-" + std::to_string(getpid()));
     MakeRecording("--frames 9");
     ConfigureToPlay("rec.mdi");
-    std::ofstream("VESTRAL Tessavox.ini", std::ios::app) << "\nMetricsFile=metrics\n";
+    std::ofstream("VESTRAL Tessavox.ini", std::ios::app) << "\nConsole=quiet\nMetricsFile=metrics\n";
     Listen();
-    Player lPlayer;
+    Player lPlayer(StallConsole);
     EXPECT_TRUE(Eventually([] { return std::filesystem::exists("metrics"); }));
     EXPECT_TRUE(Eventually([&] { return lManager.Next() == "READY=1"; }));
     for (int64_t lCounter = 0; lCounter < 4; ++lCounter)

