@@ -40,14 +40,13 @@ bool MetricsWriter::CanWrite(const std::string& aPath) {
 }
 
 void MetricsWriter::Start() {
-    Write();
     platform::Thread().Start(Run, this);
 }
 
 void MetricsWriter::Run(void* apWriter) {
     for (;;) {
-        platform::Sleep(WRITE_PERIOD);
         static_cast<MetricsWriter*>(apWriter)->Write();
+        platform::Sleep(WRITE_PERIOD);
     }
 }
 

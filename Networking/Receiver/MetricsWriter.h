@@ -17,7 +17,7 @@ public:
     // Whether the path can be written and is no other thing than a file.
     static bool CanWrite(const std::string& aPath);
 
-    // Writes the file now and, from the thread, every 10 s.
+    // Starts the thread, which writes the file now and every 10 s.
     void Start();
 
     // Writes the file now.  The first failure of each outage leaves a line in the trace file.  Any thread.
