@@ -68,8 +68,8 @@ void Resolve(CAddressEntry* apEntry) {
 
 void Probe(CAddressEntry* apEntry) {
     const bool lIsGone = apEntry->miStatus == ADDRESS_UNREACHABLE;
-    const uint32_t lWait = lIsGone ? apEntry->mRules.mReturnWait : PROBE_WAIT_MS;
-    if (!CNameResolutionDaemon::IsReachable(apEntry->miAddress, lWait)) {
+    const uint32_t lLimit = lIsGone ? apEntry->mRules.mReturnLimit : PROBE_LIMIT_MS;
+    if (!CNameResolutionDaemon::IsReachable(apEntry->miAddress, lLimit)) {
         if (!ProbeSocketRefused() && ++apEntry->mFailedProbes >= apEntry->mRules.mTries)
             apEntry->miStatus = ADDRESS_UNREACHABLE;
         return;
@@ -230,7 +230,7 @@ bool CNameResolutionDaemon::IsLocalDestination(const char* aText) {
     return IsLocalHostName(aText) || IsLocalInterfaceAddress(aText);
 }
 
-bool CNameResolutionDaemon::IsReachable(const char* aAddress, uint32_t aWait) {
+bool CNameResolutionDaemon::IsReachable(const char* aAddress, uint32_t aLimit) {
     GetInstance();
-    return Ping(aAddress, aWait) == 1;
+    return Ping(aAddress, aLimit) == 1;
 }

@@ -23,9 +23,9 @@ struct ProbeRules {
     // probe, and every destination is usable and not listed.
     uint32_t mTries = 1;
 
-    // How long the probe of a destination that is unreachable waits for an answer, in milliseconds: the less, the
-    // sooner its return is noticed, but it must exceed the time of the longest way there and back.
-    uint32_t mReturnWait = PROBE_WAIT_MS;
+    // The limit (Ping) of the probe of a destination that is unreachable, in milliseconds: the less, the sooner its
+    // return is noticed, but it must exceed the time of the longest way there and back.
+    uint32_t mReturnLimit = PROBE_LIMIT_MS;
 };
 
 // A destination that the daemon watches.
@@ -68,8 +68,8 @@ public:
     static bool IsLocalInterfaceAddress(const char* aText);
     static bool IsLocalDestination(const char* aText);
 
-    // Sends a probe, waits aWait milliseconds (resolve.h) and answers whether a reply came.
-    static bool IsReachable(const char* aAddress, uint32_t aWait = PROBE_WAIT_MS);
+    // Sends a probe with a limit (Ping), waits for its end and answers whether a reply came.
+    static bool IsReachable(const char* aAddress, uint32_t aLimit = PROBE_LIMIT_MS);
 
     // The work of the daemon's thread: passes without end.
     virtual void Run();

@@ -1,5 +1,6 @@
 #include "DrmUtil/resolve.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <memory>
@@ -46,9 +47,11 @@ void PrintReply(const platform::SocketAddress& aSource, uint32_t aElapsed) {
 
 // Waits for a reply to the request that went out at the tick aSent.  The first receive is posted already.
 int AwaitReply(platform::ProbeSocket& aSocket, platform::SocketAddress* apSource, const char* aDestination,
-               uint32_t aSent, uint32_t aWait) {
-    for (int lExamined = 0; lExamined < PROBE_MAX_RECEIVES; ++lExamined) {
-        switch (aSocket.WaitForReceive(aWait)) {
+               uint32_t aSent, uint32_t aLimit) {
+    for (uint32_t lExamined = 0; lExamined < PROBE_MAX_RECEIVES; ++lExamined) {
+        const uint32_t lElapsed = platform::TickCount() - aSent;
+        const uint32_t lLeft = aLimit > lElapsed ? aLimit - lElapsed : 0;
+        switch (aSocket.WaitForReceive(std::min(PROBE_WAIT_MS, lLeft))) {
             case platform::ProbeSocket::WaitResult::COMPLETED:
                 break;
             case platform::ProbeSocket::WaitResult::TIMED_OUT:
@@ -70,7 +73,7 @@ int AwaitReply(platform::ProbeSocket& aSocket, platform::SocketAddress* apSource
 
 // Probes one address from another.
 int Probe(const char* aDestination, const platform::SocketAddress& aTo, const platform::SocketAddress& aFrom,
-          uint32_t aWait) {
+          uint32_t aLimit) {
     platform::SocketAddress lSource;  // declared before the socket, which may write to it
     platform::ProbeSocket lSocket;
     sSocketRefused = !lSocket.Open();
@@ -95,12 +98,12 @@ int Probe(const char* aDestination, const platform::SocketAddress& aTo, const pl
     const uint32_t lSent = platform::TickCount();
     if (!lSocket.Send(lRequest.get(), ECHO_REQUEST_SIZE, aTo))
         return Failed("sendto", lSocket.GetSystemError());
-    return AwaitReply(lSocket, &lSource, aDestination, lSent, aWait);
+    return AwaitReply(lSocket, &lSource, aDestination, lSent, aLimit);
 }
 
 }  // namespace
 
-int Ping(const char* aDestination, uint32_t aWait) {
+int Ping(const char* aDestination, uint32_t aLimit) {
     sSocketRefused = false;
     int lError = 0;
     if (!platform::StartSockets(&lError)) {
@@ -118,7 +121,7 @@ int Ping(const char* aDestination, uint32_t aWait) {
         platform::Print("Unable to obtain the bind address!\n");
         return PROBE_FAILED;
     }
-    return Probe(aDestination, lDestination[0], lWildcard[0], aWait);
+    return Probe(aDestination, lDestination[0], lWildcard[0], aLimit);
 }
 
 bool ProbeSocketRefused() {

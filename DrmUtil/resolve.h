@@ -14,13 +14,14 @@
 constexpr int PROBE_TTL = 128;  // hops
 constexpr size_t PROBE_RECEIVE_BUFFER = 65535;
 constexpr uint32_t PROBE_WAIT_MS = 3000;  // for each reception
-constexpr int PROBE_MAX_RECEIVES = 4;
+constexpr uint32_t PROBE_MAX_RECEIVES = 4;
+constexpr uint32_t PROBE_LIMIT_MS = PROBE_MAX_RECEIVES * PROBE_WAIT_MS;  // for all of them
 
 // Asks the host at a dotted IPv4 address for an echo, in the manner of a command-line ping, and waits for any ICMP
-// message from it, through at most four receptions of aWait milliseconds each.
-// 1 when one came.  0 when aWait passed without any message, or when four came from other hosts, which a raw socket
+// message from it, through at most four receptions of 3 seconds each, and aLimit milliseconds in all.
+// 1 when one came.  0 when a wait passed without any message, or when four came from other hosts, which a raw socket
 // receives too.  -1 when the probe could not be made.  One thread only.
-int Ping(const char* aDestination, uint32_t aWait = PROBE_WAIT_MS);
+int Ping(const char* aDestination, uint32_t aLimit = PROBE_LIMIT_MS);
 
 // Whether the last Ping returned -1 because the system gave it no socket.
 bool ProbeSocketRefused();

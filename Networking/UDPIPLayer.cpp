@@ -14,8 +14,10 @@ namespace {
 constexpr uint32_t ANY_ADDRESS = 0;
 constexpr uint32_t LOOPBACK_ADDRESS = 0x7F000001;
 
-// Sending works again within 3 s of a destination's return: this wait, the second between probes and a DRM frame.
-constexpr uint32_t RETURN_WAIT = 1400;  // milliseconds
+// Sending works again within 3 s of a destination's return.  A probe goes out each 2.1 s: this limit and the second
+// between probes.  The last one before the return may be lost together with the first one after it, because the system
+// asks for a silent neighbour at 0, 1 and 2 s and drops at 3 s what waits for the answer.
+constexpr uint32_t RETURN_LIMIT = 1100;  // milliseconds
 
 enum SocketState : uint32_t { CLOSED = 0, OPEN = 1 };
 enum Direction : uint32_t { RECEIVING = 0, SENDING = 1 };
@@ -157,7 +159,7 @@ UDPIPLayer::Sent UDPIPLayer::SendDatagram(const Packet& aPacket) {
         std::snprintf(cFailure, sizeof cFailure, "setting Socket TimeOut failed.");
         return Sent::SOCKET_FAILED;
     }
-    const ProbeRules lRules = {ciSettings.mProbeTries, ciSettings.mReopen ? RETURN_WAIT : PROBE_WAIT_MS};
+    const ProbeRules lRules = {ciSettings.mProbeTries, ciSettings.mReopen ? RETURN_LIMIT : PROBE_LIMIT_MS};
     if (CNameResolutionDaemon::GetAddressState(ciAddress, lRules) == ADDRESS_UNREACHABLE)
         return Sent::UNREACHABLE;
     if (ciSocket.Send(aPacket.cData, aPacket.GetSize()))
