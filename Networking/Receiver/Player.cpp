@@ -1,5 +1,6 @@
 #include "Networking/Receiver/Player.h"
 
+#include "DrmUtil/CNameResolutionDaemon.h"
 #include "Networking/Receiver/PlayerEndpoints.h"
 #include "Networking/Receiver/PlayerReports.h"
 #include "Networking/Receiver/PlayerSettings.h"
@@ -14,6 +15,9 @@ void Play(const PlayerSettings& aSettings, PlayerReports& aReports) {
     static PlayerEndpoints slEndpoints;
     if (!StartEndpoints(aSettings, aReports.GetObserver(), &slEndpoints))
         return;
+    // Otherwise the first unit would make the daemon and go out later after its due time than all others.
+    if (aSettings.mAbsolutePacing)
+        CNameResolutionDaemon::GetInstance();
     platform::Print("\nStarting DRM player application. PRESS 'q' to quit.\n");
     PlayingLoop(aSettings, *slEndpoints.mReceiver, *slEndpoints.mSender, aReports.GetMetrics()).Run();
 }
