@@ -76,11 +76,11 @@ void Probe(CAddressEntry* apEntry) {
     }
     apEntry->mFailedProbes = 0;
     apEntry->miStatus = ADDRESS_USABLE;
-    // A destination that has come back is usable at once: its name waits for the next pass, because the name server may
-    // take many seconds.  An entry that was listed by name keeps that name, because the next question by it must find
-    // the entry.
+    // Where a return is to be noticed soon, the name waits for the next pass, because the name server may take many
+    // seconds.  An entry that was listed by name keeps that name, because the next question by it must find the entry.
+    const bool lIsUrgent = lIsGone && lLimit < PROBE_LIMIT_MS;
     std::string lName;
-    if (!lIsGone && apEntry->miName[0] == '\0' &&
+    if (!lIsUrgent && apEntry->miName[0] == '\0' &&
         platform::LookUpHostName(platform::ParseAddress(apEntry->miAddress), &lName))
         Store(UpToDot(lName), apEntry->miName);
 }
