@@ -128,20 +128,6 @@ TEST_F(PlayerSystemTest, PlaysRenumberedInALoopUntilQ) {
     EXPECT_EQ("", ReadFile("ERR_SYS.tra"));
 }
 
-TEST_F(PlayerSystemTest, PlaysOnWhoeverListens) {
-    MakeRecording("--frames 9 --packets pft --fragment-size 400 --no-time");
-    ConfigureToPlay("rec.mdi");
-    Player lPlayer;
-    for (int lRound = 0; lRound < 2; ++lRound) {
-        platform::Sleep(900);
-        Listen();
-        EXPECT_GE(NextCounter(), 2 * lRound);
-        cListener.Close();
-    }
-    EXPECT_TRUE(lPlayer.StillRuns());
-    EXPECT_EQ("", ReadFile("ERR_SYS.tra"));
-}
-
 // What cannot be played must leave processor, console and trace file alone.
 TEST_F(PlayerSystemTest, AUselessRecordingLeavesTheMachineIdle) {
     std::string lForeign, lWrongCRC, lDamaged, lNeverFirst;

@@ -16,7 +16,6 @@ namespace {
 
 constexpr char PEER[] = "10.77.0.2";
 constexpr char SILENT[] = "10.77.0.9";  // "silent" by name
-constexpr char ALSO_SILENT[] = "10.77.0.8";
 
 class ReachabilityTest : public PlayerFixture {
 protected:
@@ -107,19 +106,6 @@ TEST_F(ReachabilityTest, FollowsAHostThatGoesAndComesBack) {
                   std::vector<unsigned char>(lPacket.begin() + Capture::IP_HEADER + 8, lPacket.end()));
     }
     EXPECT_GE(lRequests, 2);
-}
-
-// A pass is given up when the list grows: the result of the probe meanwhile is dropped.
-TEST_F(ReachabilityTest, StartsAgainWhenTheListGrows) {
-    Capture lWire;
-    EXPECT_EQ(ADDRESS_PENDING, State(ALSO_SILENT));
-    EXPECT_TRUE(lWire.Sees(ALSO_SILENT));
-    EXPECT_EQ(ADDRESS_PENDING, State("10.77.0.5"));
-    EXPECT_TRUE(lWire.Sees(ALSO_SILENT));
-    EXPECT_EQ(ADDRESS_PENDING, State(ALSO_SILENT));
-    EXPECT_EQ(ADDRESS_PENDING, State("10.77.0.5"));
-    EXPECT_TRUE(Becomes(ADDRESS_UNREACHABLE, ALSO_SILENT));
-    EXPECT_TRUE(Becomes(ADDRESS_USABLE, "10.77.0.5"));
 }
 
 // A name that resolves is usable at once, and its address is probed from the next pass on.

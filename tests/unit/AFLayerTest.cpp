@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "Networking/PFTLayer.h"
 #include "tests/unit/FakeTransport.h"
 #include "tests/unit/TestSupport.h"
 
@@ -89,34 +88,6 @@ TEST_F(AFLayerTest, FileModeTakesAnyOrderAndFaultyPacketsAreNamed) {
     for (const std::string& lBytes : {Framed(9), Framed(3), lBroken, Framed(3), Framed(5, 'X'), Framed(65535)})
         cTransport.WillReceive(lBytes);
     EXPECT_EQ("AF Packet Parsing Failed\n", Printed([&] { EXPECT_EQ("9 3 - 3 65535 ", ReceiveAll(cLayer, "T")); }));
-}
-
-// On air the numbers wrap after 65536 units, which take 7.3 hours.
-TEST(StackTest, SequenceNumbersWrapOnBothSides) {
-    FakeTransport lTransport;
-    PFTLayer lPFT[2];
-    AFLayer lAF[2];
-    for (int lSide = 0; lSide < 2; ++lSide) {
-        lPFT[lSide].SetLowerLayer(&lTransport);
-        lPFT[lSide].SetMode(PFT_MODE_FRAGMENT);
-        lPFT[lSide].RegisterTag("AF", nullptr);
-        lAF[lSide].SetLowerLayer(&lPFT[lSide]);
-        lAF[lSide].RegisterTag("T", nullptr);
-        lAF[lSide].ciUseCRC = true;
-    }
-    Packet lOut(0);
-    for (uint32_t lCount = 0; lCount < 65536 + 100; ++lCount) {
-        TextPacket lUnit(std::to_string(lCount), "T");
-        ASSERT_EQ(1u, lAF[0].Send(&lUnit));
-        lTransport.LoopBack();
-        uint32_t lTimeOut = 0;
-        ASSERT_EQ(1u, lAF[1].Receive(&lOut, &lTimeOut, 0)) << lCount;
-        ASSERT_EQ(BytesOf(lUnit), BytesOf(lOut));
-    }
-    for (int lSide = 0; lSide < 2; ++lSide) {
-        EXPECT_EQ(100, lAF[lSide].ciSequence) << lSide;
-        EXPECT_EQ(100, lPFT[lSide].ciwPSeq) << lSide;
-    }
 }
 
 }  // namespace

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <atomic>
 #include <string>
-#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -25,18 +23,6 @@ std::vector<std::string> Listed() {
         lTexts.push_back(std::string(lEntry.miAddress) + "/" + lEntry.miName);
     Daemon::cListLockSemaphore->Release();
     return lTexts;
-}
-
-TEST(NameResolutionTest, OneDaemonForAllWhoAskAtOnce) {
-    constexpr int THREADS = 4;
-    std::atomic<int> lWaiting = THREADS;
-    InThreads(THREADS, [&lWaiting](int) {
-        for (--lWaiting; lWaiting > 0;)
-            std::this_thread::yield();
-        EXPECT_EQ(ADDRESS_USABLE, Daemon::GetAddressState("239.1.2.3"));
-    });
-    EXPECT_EQ(Daemon::cInstance, Daemon::GetInstance());
-    EXPECT_EQ(1000u, Daemon::cPeriod);
 }
 
 TEST(NameResolutionTest, KnowsWhatATextIs) {

@@ -108,27 +108,6 @@ TEST_F(PFTLayerTest, APacketOfTooManyFragmentsCostsOnlyItself) {
     EXPECT_EQ("- AF2.0; ", ReceiveAll());
 }
 
-TEST_F(PFTLayerTest, FindsItsWayBackFromAnything) {
-    std::mt19937 lRandom(1);
-    const auto lBelow = [&lRandom](uint32_t aLimit) {
-        return std::uniform_int_distribution<uint32_t>(0, aLimit - 1)(lRandom);
-    };
-    const uint32_t COUNTS[] = {1, 2, 5, 90, 0xFFFFFF};
-    for (int lRound = 0; lRound < 300; ++lRound) {
-        for (int lUnit = 0; lUnit < 60; ++lUnit) {
-            const uint32_t lFcount = COUNTS[lBelow(5)];
-            std::string lFragment =
-                Fragment(65530 + lBelow(12), lBelow(std::min(lFcount, 95u)), lFcount, lBelow(2) == 1);
-            if (lBelow(8) == 0)
-                lFragment.resize(lBelow(static_cast<uint32_t>(lFragment.size())) + 1);
-            cTransport.WillReceive(lFragment);
-        }
-        ReceiveAll();
-        WillReceive("1000.0/1 1001.0/1 1002.0/1 1003.0/1 1004.0/1 1005.0/1 1006.0/1 1007.0/1");
-        EXPECT_NE(std::string::npos, ReceiveAll().find("AF1007.0;")) << lRound;
-    }
-}
-
 TEST_F(PFTLayerTest, CutsPackets) {
     struct {
         size_t mSize;
@@ -274,24 +253,6 @@ TEST_F(ParityTest, RestoresWhatTheParityAllows) {
         EXPECT_EQ(0u, lAll.find(lCase.mExpected));
         EXPECT_EQ(lAll.size() - lThird.size() - 1, lAll.rfind(lThird + " "));
     }
-}
-
-TEST_F(ParityTest, RestoresSevenOfFortyTwo) {
-    std::mt19937 lRandom(7);
-    std::string lExpected;
-    for (uint32_t lPSeq = 0; lPSeq < 60; ++lPSeq) {
-        auto lFragments = Protect(lPSeq, TestPacket(1000, static_cast<char>(lPSeq)), 7);
-        ASSERT_EQ(42u, lFragments.size());
-        // The first one is kept: when all losses are at the start, the layer knows nothing of the packet by the time
-        // that the next one comes near.
-        for (int lLost = 0; lLost < 7; ++lLost)
-            lFragments.erase(lFragments.begin() + 1 + static_cast<std::ptrdiff_t>(lRandom() % (lFragments.size() - 1)));
-        WillReceive(lFragments);
-        lExpected += TestPacket(1000, static_cast<char>(lPSeq)) + " ";
-    }
-    WillReceive(Protect(60, TestPacket(1000, 60), 7));
-    EXPECT_EQ(lExpected + TestPacket(1000, 60) + " ", ReceiveAll());
-    EXPECT_EQ(0u, TraceLines().size());
 }
 
 TEST_F(ParityTest, RefusesPacketsThatDoNotAddUp) {

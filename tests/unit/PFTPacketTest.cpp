@@ -11,8 +11,6 @@ namespace {
 
 using namespace std::string_literals;
 
-const std::string WHOLE = "PF\0\0\0\0\0\0\0\1\0\0\x13\7"s;  // the only fragment, without payload
-
 // A fragment that views a copy of exactly these bytes.
 struct Received : PFTPacket {
     explicit Received(const std::string& aBytes) : PFTPacket(0), mOwner(static_cast<uint32_t>(aBytes.size())) {
@@ -98,15 +96,6 @@ TEST(PFTPacketTest, WritesNothingBeyondItsCapacity) {
         EXPECT_EQ(lCapacity >= 20 ? 1u : 0u, lPacket.SetHeader(1, 0, 1)) << lCapacity;
         EXPECT_EQ(lCapacity >= 20 ? 0u : PACKET_WRITE_OVERFLOW, lPacket.GetError());
     }
-}
-
-TEST(PFTPacketTest, TheFirstFragmentSetsTheEngineUnlessThereIsOne) {
-    static const CRC16 OTHER(CRC16_POLYNOMIAL, false);
-    PFTPacket::spcCRCEngine = &OTHER;
-    EXPECT_EQ(0u, Received(WHOLE).Parse());
-    PFTPacket::spcCRCEngine = nullptr;
-    EXPECT_EQ(1u, Received(WHOLE).Parse());
-    EXPECT_EQ(PFTPacket::SharedEngine(), PFTPacket::spcCRCEngine.load());
 }
 
 }  // namespace

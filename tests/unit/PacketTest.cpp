@@ -93,17 +93,4 @@ TEST(PacketTest, ViewsBytesOfAnother) {
     EXPECT_EQ(0u, lView.GetSize());
 }
 
-TEST(PacketTest, CopyOwnsItsOwnBytes) {
-    Filled lSource;
-    lSource.Write(3, Octets("ghi"));
-    Packet lCopy(lSource);
-    lSource.Rewind();
-    lSource.Write(4, Octets("wxyz"));
-    EXPECT_EQ(0u, lCopy.GetError());
-    EXPECT_EQ(lCopy.cData + 2, lCopy.cPayload);
-    EXPECT_EQ(3u, lCopy.cPayloadSize);
-    EXPECT_STREQ("AF", lCopy.cProtocol);
-    EXPECT_EQ(Got(1, "abcdefgh"), ReadText(&lCopy, 8));
-}
-
 }  // namespace

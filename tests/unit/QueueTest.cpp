@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <memory>
-#include <thread>
 #include <vector>
 
 #include "Networking/PacketFifo.h"
@@ -41,17 +40,6 @@ TEST(LayerTest, TakesTwoTagsOnce) {
     EXPECT_FALSE(lLayer.IsThisTagRegistered(nullptr));
 }
 
-TEST(LayerTest, MaximumFollowsFromBelowUnlessFixed) {
-    FakeTransport lLower(4968);
-    FakeTransport lUpper(1);
-    lUpper.ciOverhead = 12;
-    lUpper.SetLowerLayer(&lLower);
-    EXPECT_EQ(4956u, lUpper.ciMaxPacketSize);
-    lUpper.ciMaxPacketSize = 15000;
-    lUpper.SetLowerLayer(&lLower);
-    EXPECT_EQ(15000u, lUpper.ciMaxPacketSize);
-}
-
 TEST(PacketFifoTest, KeepsOwnCopiesInOrderUpToItsCapacity) {
     PacketFifo lFifo(3);
     for (const int lNumber : {1, 2, 3, 4}) {
@@ -72,21 +60,6 @@ TEST(PacketFifoTest, TimesOutAloud) {
     PacketFifo lFifo(1);
     Packet* lpPacket = nullptr;
     EXPECT_EQ("TIME_OUT on ciSemaphore->obtain\n", Printed([&] { EXPECT_EQ(2u, lFifo.Get(&lpPacket, 5)); }));
-}
-
-TEST(PacketFifoTest, CarriesEverythingBetweenThreads) {
-    PacketFifo lFifo(4);
-    constexpr int COUNT = 2000;
-    std::thread lProducer([&lFifo] {
-        for (int lNumber = 0; lNumber < COUNT;) {
-            const NumberedPacket lPacket(lNumber);
-            lNumber += static_cast<int>(lFifo.Put(&lPacket));
-            std::this_thread::yield();
-        }
-    });
-    for (int lNumber = 0; lNumber < COUNT; ++lNumber)
-        EXPECT_EQ(std::to_string(lNumber % 256) + " T DMDI", Take(lFifo, 0));
-    lProducer.join();
 }
 
 TEST(PacketQueueTest, OrdersBySequenceAroundTheCircleAndIndex) {

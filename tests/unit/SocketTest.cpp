@@ -82,15 +82,6 @@ TEST_F(SocketTest, ClosedPortIsNoSendFailure) {
     EXPECT_EQ("found", Receive());
 }
 
-TEST_F(SocketTest, JoinsAGroup) {
-    const uint16_t lPort = Bind(cReceiver, 0);
-    ASSERT_TRUE(cReceiver.JoinGroup(GROUP, LOOPBACK_INTERFACE)) << cReceiver.GetSystemError();
-    ASSERT_TRUE(cSender.SetMulticastInterface(LOOPBACK_INTERFACE));
-    ASSERT_TRUE(cSender.Connect(GROUP, lPort)) << cSender.GetSystemError();
-    EXPECT_TRUE(Send("group"));
-    EXPECT_EQ("group", Receive());
-}
-
 // Two receivers of one group and one of another group on the same port: each gets what is meant for it and nothing
 // else, from the sender that it wants.
 TEST_F(SocketTest, SharesAGroupsPortAndNothingElse) {

@@ -182,21 +182,6 @@ TEST(ThreadTest, ASuspendedWaiterLeavesTheCountToOthers) {
     EXPECT_TRUE(Eventually([&] { return lWorker.cReturned.load(); }));
 }
 
-TEST(ThreadTest, SuspendsItselfUntilAnotherResumesIt) {
-    const Kind lKind = {"", [](Worker& aWorker) { aWorker.Suspend(); }};
-    Worker lWorker(lKind.Work());
-    for (int lRound = 1; lRound < 50; ++lRound) {
-        ASSERT_TRUE(Eventually([&] { return lWorker.Resume() == 1; }));
-        ASSERT_TRUE(Eventually([&] { return lWorker.cRounds == lRound; }));
-    }
-}
-
-TEST(ThreadTest, EndsItself) {
-    Worker lWorker([](Worker& aWorker) { aWorker.cThread.End(); });
-    EXPECT_TRUE(Eventually([&] { return !lWorker.cThread.IsRunning(); }));
-    EXPECT_FALSE(lWorker.cReturned || lWorker.cUnwound);
-}
-
 TEST(ThreadTest, IsEndedWhileItEndsAnother) {
     Worker lComputing(KINDS[0].Work());
     Worker lEnder([&lComputing](Worker& aWorker) {
@@ -207,28 +192,6 @@ TEST(ThreadTest, IsEndedWhileItEndsAnother) {
     Sleep(GRACE_MILLISECONDS / 4);
     lEnder.cThread.End();
     EXPECT_TRUE(Eventually([&] { return !lComputing.cThread.IsRunning(); }));
-}
-
-TEST(ThreadTest, TwoThatEndEachOtherDoNotWaitForEver) {
-    const uint32_t lStart = TickCount();
-    for (int lRound = 0; lRound < 10; ++lRound) {
-        std::atomic<Worker*> lpFirst = nullptr;
-        const auto lAwaitFirst = [&lpFirst] {
-            while (lpFirst == nullptr)
-                Sleep(0);
-        };
-        Worker lSecond([&](Worker&) {
-            lAwaitFirst();
-            lpFirst.load()->cThread.End();
-        });
-        Worker lFirst([&](Worker&) {
-            lAwaitFirst();
-            lSecond.cThread.End();
-        });
-        lpFirst = &lFirst;
-        EXPECT_TRUE(Eventually([&] { return !lSecond.cThread.IsRunning() || !lFirst.cThread.IsRunning(); }));
-    }
-    EXPECT_LT(TickCount() - lStart, 8000u);
 }
 
 // A thread that allocates most of the time is stopped, and another one gives back what it allocated.
@@ -301,13 +264,6 @@ TEST(ThreadTest, SurvivesAScramble) {
     }
 }
 
-TEST(ThreadTest, PrioritiesAreAppliedToTheThread) {
-    Worker lWorker([](Worker&) { Sleep(1000000); });
-    EXPECT_EQ(PRIORITY_NORMAL, lWorker.cThread.GetPriority());
-    ASSERT_TRUE(lWorker.cThread.SetPriority(PRIORITY_LOWEST));
-    EXPECT_EQ(PRIORITY_LOWEST, lWorker.cThread.GetPriority());
-}
-
 TEST(ClockTest, SleepsToTheTickAndDoesNotDrift) {
     const uint32_t lStart = TickCount();
     for (uint32_t lRound = 1; lRound <= 20; ++lRound) {
@@ -315,12 +271,6 @@ TEST(ClockTest, SleepsToTheTickAndDoesNotDrift) {
         Sleep(static_cast<uint32_t>(std::max(lLeft, 0)));
         EXPECT_GE(TickCount() - lStart, 5 * lRound);
     }
-}
-
-TEST(ClockTest, LocalTimeGoesBothWays) {
-    const int64_t lNow = CalendarNow().mSeconds;
-    EXPECT_EQ(lNow, ToCalendarSeconds(ToLocalTime(lNow)));
-    EXPECT_GE(ToLocalTime(lNow).mYear, 2024);
 }
 
 TEST(SemaphoreTest, CountsUpToItsMaximumAndTimesOut) {

@@ -39,12 +39,8 @@ TEST_F(UDPIPLayerTest, OpensOrSaysWhyNot) {
         uint32_t mCode;
         const char* mConsole;
     } const CASES[] = {
-        {1, 1023, "127.0.0.1", UDP_INVALID_PORT, ""},
         {1, 1024, "127.0.0.1", 0, ""},
-        {1, PORT, "1234567890123456", UDP_INVALID_ADDRESS, ""},
         {1, PORT, "255.255.255.255", UDP_SOCKET_FAILED, "connecting socket failed. Error: 13"},
-        {1, PORT, "nonsense", UDP_SOCKET_FAILED, "connecting socket failed. Error: 13"},
-        {0, PORT, "127.0.0.1", 0, ""},
         {0, PORT, "any", 0, ""},
         {0, PORT, nullptr, 0, ""},
         {2, PORT, "127.0.0.1", 0, ""},
@@ -99,13 +95,6 @@ TEST_F(UDPIPLayerTest, CarriesDatagrams) {
     EXPECT_EQ(0u, cReceiver.GetError());
     EXPECT_EQ(1474u, cReceiver.GetBytesReceived());
     EXPECT_EQ(0u, cReceiver.GetBytesReceived());
-}
-
-TEST_F(UDPIPLayerTest, NobodyListeningIsNoFailure) {
-    ASSERT_EQ(1u, cSender.OpenSocket(1, PORT + 1, "127.0.0.1", 0));
-    for (int lCount = 0; lCount < 10; ++lCount)
-        EXPECT_EQ(1u, Send("PF"));
-    EXPECT_TRUE(TraceLines().empty());
 }
 
 TEST_F(UDPIPLayerTest, SendsNothingToAnUnreachableDestination) {
