@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Networking/StatusCodes.h"
+#include "tests/unit/FakeTransport.h"
 
 namespace {
 
@@ -22,15 +23,14 @@ std::string Build(const std::string& aPayload, bool aCRCFlag, uint8_t aMajor = 1
     AFPacket lPacket(AF_OVERHEAD + lLength, aMajor, aMinor);
     lPacket.SetCRCEngine(&ENGINE);
     lPacket.cPayloadProtocol = lProtocol;
-    const bool lBuilt = lPacket.WritePayload(lLength, reinterpret_cast<const unsigned char*>(aPayload.data())) &&
-                        lPacket.SetHeader(1, aCRCFlag) && lPacket.SetCRC(aCRCFlag);
-    return lBuilt ? std::string(reinterpret_cast<char*>(lPacket.cData), lPacket.cSize) : "";
+    const bool lBuilt =
+        lPacket.WritePayload(lLength, Octets(aPayload)) && lPacket.SetHeader(1, aCRCFlag) && lPacket.SetCRC(aCRCFlag);
+    return lBuilt ? BytesOf(lPacket) : "";
 }
 
 // Parses a copy of exactly these bytes.  Returns the size of the packet in front, or the error code when it is refused.
 uint32_t Parse(const std::string& aBytes) {
-    Packet lOwner(static_cast<uint32_t>(aBytes.size()));
-    lOwner.Write(lOwner.cCapacity, reinterpret_cast<const unsigned char*>(aBytes.data()));
+    const TextPacket lOwner(aBytes);
     char lProtocol[] = "?";
     AFPacket lPacket(0, 1, 0);
     lPacket.SetCRCEngine(&ENGINE);

@@ -93,19 +93,17 @@ TEST_F(PFTLayerTest, PutsFragmentsTogether) {
     }
     EXPECT_EQ(4u, TraceLines().size());  // of the last case
     EXPECT_NE(std::string::npos, TraceLines()[0].find("Assertion (0) in file \"Networking/PFTLayer.cpp\""));
+    cLayer.ciRxState = RX_RESET;
+    for (uint32_t lFindex = 0; lFindex < 100; ++lFindex)  // too many for one packet
+        WillReceive("1." + std::to_string(lFindex) + "/100");
+    WillReceive("2.0/1");
+    EXPECT_EQ("- AF2.0; ", ReceiveAll());
 }
 
 TEST_F(PFTLayerTest, WaitsForNoFirstFragmentAtTheEnd) {
     WillReceive("5.0/1 6.1/2 X T T");
     cTransport.ciAtEnd = true;
     EXPECT_EQ("AF5.0; 2 2 ", ReceiveAll());
-}
-
-TEST_F(PFTLayerTest, APacketOfTooManyFragmentsCostsOnlyItself) {
-    for (uint32_t lFindex = 0; lFindex < 100; ++lFindex)
-        WillReceive("1." + std::to_string(lFindex) + "/100");
-    WillReceive("2.0/1");
-    EXPECT_EQ("- AF2.0; ", ReceiveAll());
 }
 
 TEST_F(PFTLayerTest, CutsPackets) {

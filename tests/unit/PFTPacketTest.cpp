@@ -6,6 +6,7 @@
 #include <tuple>
 
 #include "Networking/StatusCodes.h"
+#include "tests/unit/FakeTransport.h"
 
 namespace {
 
@@ -13,17 +14,13 @@ using namespace std::string_literals;
 
 // A fragment that views a copy of exactly these bytes.
 struct Received : PFTPacket {
-    explicit Received(const std::string& aBytes) : PFTPacket(0), mOwner(static_cast<uint32_t>(aBytes.size())) {
-        mOwner.Write(mOwner.cCapacity, reinterpret_cast<const unsigned char*>(aBytes.data()));
-        Share(&mOwner);
-    }
-    Packet mOwner;
+    explicit Received(const std::string& aBytes) : PFTPacket(0), mOwner(aBytes) { Share(&mOwner); }
+    TextPacket mOwner;
 };
 
 // Returns a fragment of these header bytes, their HCRC and aPayload bytes of payload.
 std::string Fragment(const std::string& aHeader, size_t aPayload) {
-    const uint16_t lCRC = PFTPacket::SharedEngine()->Compute(reinterpret_cast<const unsigned char*>(aHeader.data()),
-                                                             static_cast<int32_t>(aHeader.size()));
+    const uint16_t lCRC = PFTPacket::SharedEngine()->Compute(Octets(aHeader), static_cast<int32_t>(aHeader.size()));
     return aHeader + static_cast<char>(lCRC >> 8) + static_cast<char>(lCRC) + std::string(aPayload, 'x');
 }
 
@@ -43,10 +40,10 @@ TEST(PFTPacketTest, BuildsTheWireFormatAndParsesIt) {
             if (lAddresses)
                 lBuilt.SetAddresses(65534, 32769);
         }
-        lBuilt.WritePayload(300, reinterpret_cast<const unsigned char*>(&lBytes[lHeader.size()]));
+        lBuilt.WritePayload(300, Octets(lBytes) + lHeader.size());
         EXPECT_EQ(1u, lBuilt.SetHeader(0x1234, 0xFF01116F, 0x01011170));  // only 24 bits count
         EXPECT_EQ(lBuilt.cPayload, lBuilt.cWritePosition);
-        ASSERT_EQ(lBytes, std::string(reinterpret_cast<char*>(lBuilt.cData), lBuilt.cSize));
+        ASSERT_EQ(lBytes, BytesOf(lBuilt));
 
         Received lParsed(lBytes + "behind");
         ASSERT_EQ(1u, lParsed.Parse());
