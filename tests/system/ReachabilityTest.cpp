@@ -9,6 +9,7 @@
 
 #include "DrmUtil/CNameResolutionDaemon.h"
 #include "DrmUtil/resolve.h"
+#include "Networking/UDPIPLayer.h"
 #include "tests/system/PlayerFixture.h"
 #include "tests/system/TwoHosts.h"
 
@@ -86,6 +87,10 @@ TEST_F(ReachabilityTest, ProbesInTheMannerOfAPing) {
 }
 
 TEST_F(ReachabilityTest, FollowsAHostThatGoesAndComesBack) {
+    char lAddress[16] = "";
+    EXPECT_EQ(0, UDPIPLayer().GetInterfaceAddress(0, lAddress));
+    EXPECT_STREQ("10.77.0.1", lAddress);
+    EXPECT_EQ(-1, UDPIPLayer().GetInterfaceAddress(1, lAddress));
     Capture lWire;
     for (const char* const lpUsable : {"239.1.2.3", "127.0.0.1", "10.77.0.1"})
         EXPECT_EQ(ADDRESS_USABLE, State(lpUsable));
