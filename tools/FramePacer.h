@@ -2,9 +2,10 @@
 
 #include <cstdint>
 
+#include "Networking/FrameTime.h"
 #include "platform/Clock.h"
 
-// The pace of one unit per 400 ms, without drift: unit n is due n frames after the first one.
+// The pace of one unit per frame of 400 ms, without drift: unit n is due n frames after the first one.
 class FramePacer {
 public:
     // Waits until the next unit is due; the first unit is due at once.  After a delay of more than two frames the pace
@@ -16,17 +17,15 @@ public:
             cDue = platform::TickCount();
             return;
         }
-        cDue += FRAME_TIME;
+        cDue += DRM_FRAME_TIME;
         const auto lWait = static_cast<int32_t>(cDue - platform::TickCount());
         if (lWait > 0)
             platform::Sleep(static_cast<uint32_t>(lWait));
-        else if (lWait < -2 * static_cast<int32_t>(FRAME_TIME))
+        else if (lWait < -2 * static_cast<int32_t>(DRM_FRAME_TIME))
             cDue -= static_cast<uint32_t>(lWait);
     }
 
 private:
-    static constexpr uint32_t FRAME_TIME = 400;  // milliseconds
-
     bool cStarted = false;
     uint32_t cDue = 0;  // tick
 };

@@ -1,5 +1,6 @@
 #include "tools/MdiFrames.h"
 
+#include "Networking/SuperFrameOrder.h"
 #include "tools/FacBuilder.h"
 
 namespace {
@@ -27,16 +28,16 @@ MdiFrames::MdiFrames(const DrmMode& aMode, const Multiplex& aMultiplex, const st
 }
 
 std::unique_ptr<MDIUnit> MdiFrames::Next() {
-    const uint32_t lPosition = cFirstIdentity % FRAMES_PER_SUPER_FRAME + cFrame;
-    const unsigned lIdentity = cFrame == 0 ? cFirstIdentity : lPosition % FRAMES_PER_SUPER_FRAME;
+    const uint32_t lPosition = cFirstIdentity % SUPER_FRAME_FRAMES + cFrame;
+    const unsigned lIdentity = cFrame == 0 ? cFirstIdentity : lPosition % SUPER_FRAME_FRAMES;
     const size_t lServices = cMultiplex.mStreams.size();
     const Fac lFac = BuildFac(cMode, lIdentity, lServices, cFrame % lServices);
 
     auto lpUnit = std::make_unique<MDIUnit>(UNIT_CAPACITY, uint16_t{0}, uint16_t{0});
     lpUnit->SetDlfc(cFrame, false);
     lpUnit->SetFac(lFac.data());
-    if (lPosition % FRAMES_PER_SUPER_FRAME == 0) {
-        const SdcBlock& lBlock = cSdcBlocks[lPosition / FRAMES_PER_SUPER_FRAME % cSdcBlocks.size()];
+    if (lPosition % SUPER_FRAME_FRAMES == 0) {
+        const SdcBlock& lBlock = cSdcBlocks[lPosition / SUPER_FRAME_FRAMES % cSdcBlocks.size()];
         lpUnit->SetSdc(static_cast<uint32_t>(8 * lBlock.size()), lBlock.data());
     }
     lpUnit->SetSdci(static_cast<uint32_t>(cSdci.GetBitCount()), cSdci.GetBytes().data());

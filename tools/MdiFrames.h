@@ -9,10 +9,6 @@
 #include "tools/Multiplex.h"
 #include "tools/SdcBuilder.h"
 
-// Three frames make a super frame.  Identity 3 stands for 0 in a super frame whose AFS index is not valid.
-constexpr unsigned FRAMES_PER_SUPER_FRAME = 3;
-constexpr unsigned IDENTITY_WITHOUT_AFS = 3;
-
 // The bytes of a stream in one frame: they count up, from a start that differs by frame and stream and in steps of 1,
 // 3, 5 and so on that grow every 256 frames.
 std::vector<unsigned char> TestPattern(uint32_t aFrame, uint32_t aStream, uint32_t aSize);
@@ -20,7 +16,8 @@ std::vector<unsigned char> TestPattern(uint32_t aFrame, uint32_t aStream, uint32
 // The frames of a synthetic DRM transmission, one MDI unit each, counted from 0.
 class MdiFrames {
 public:
-    // aSdcBlocks is not empty; the first frame has the identity aFirstIdentity (0 to 3).
+    // aSdcBlocks is not empty; the first frame has the identity aFirstIdentity (0 to 3, where 3 stands for 0 in
+    // a super frame whose AFS index is not valid).
     MdiFrames(const DrmMode& aMode, const Multiplex& aMultiplex, const std::vector<SdcBlock>& aSdcBlocks,
               unsigned aFirstIdentity);
 

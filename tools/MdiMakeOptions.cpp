@@ -1,12 +1,13 @@
 #include "tools/MdiMakeOptions.h"
 
-#include "Networking/PFTPacket.h"
+#include "Networking/FacFields.h"
+#include "Networking/FileLayer.h"
+#include "Networking/PFTFormat.h"
 #include "tools/Multiplex.h"
 #include "tools/Text.h"
 
 namespace {
 
-constexpr uint32_t OCCUPANCIES = 6;
 constexpr uint32_t MAX_FRAGMENT_SIZE = FILE_MAX_PACKET_SIZE - PFT_HEADER_SIZE;
 constexpr MscMode MSC_MODES[] = {MSC_64QAM, MSC_16QAM, MSC_64QAM_HIERARCHICAL_IQ, MSC_64QAM_HIERARCHICAL_I};
 
@@ -18,7 +19,7 @@ bool ReadStreams(const std::string& aText, std::vector<uint32_t>* apStreams) {
             return false;
         apStreams->push_back(lSize);
     }
-    return apStreams->size() <= MAX_STREAMS;
+    return apStreams->size() <= MDI_STREAMS;
 }
 
 void AddChannelOptions(CommandLine* apLine, MdiMakeOptions* apOptions) {
@@ -29,7 +30,7 @@ void AddChannelOptions(CommandLine* apLine, MdiMakeOptions* apOptions) {
     apLine->AddChoice(
         "--occupancy", {"0", "1", "2", "3", "4", "5", "4.5", "5kHz", "9", "10", "18", "20"},
         "code of the bandwidth, or its width in kHz (10)",
-        [lpMode](size_t aWord) { lpMode->mOccupancy = static_cast<unsigned>(aWord % OCCUPANCIES); });
+        [lpMode](size_t aWord) { lpMode->mOccupancy = static_cast<unsigned>(aWord % KNOWN_OCCUPANCIES); });
     apLine->AddChoice(
         "--sdc-mode", {"16", "4"}, "QAM of the service description channel (16)",
         [lpMode](size_t aWord) { lpMode->mSdc4Qam = aWord == 1; });

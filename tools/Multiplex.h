@@ -7,12 +7,11 @@
 #include "tools/BitWriter.h"
 #include "tools/DrmModes.h"
 
-constexpr size_t MAX_STREAMS = 4;
 constexpr uint32_t MAX_STREAM_SIZE = 4095;  // its field has 12 bits
 
 // The streams of a channel, equally protected, and how strongly.
 struct Multiplex {
-    std::vector<uint32_t> mStreams;  // bytes per frame of 400 ms; 1 to MAX_STREAMS of them
+    std::vector<uint32_t> mStreams;  // bytes per frame of 400 ms; 1 to MDI_STREAMS of them
     bool mHierarchical = false;
     unsigned mHierarchicalLevel = 0;  // of stream 0, in the hierarchical modes
     unsigned mLevel = 0;              // of all other streams

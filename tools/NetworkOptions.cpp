@@ -1,11 +1,10 @@
 #include "tools/NetworkOptions.h"
 
+#include "Networking/PFTLayer.h"
 #include "platform/Socket.h"
 #include "tools/Text.h"
 
 namespace {
-
-constexpr uint32_t MAX_PROTECTION = 7;
 
 bool IsAddress(const std::string& aText) {
     return platform::ParseAddress(aText.c_str()) != platform::NO_ADDRESS;
@@ -55,7 +54,7 @@ void AddSendingOptions(CommandLine* apLine, SendingOptions* apOptions) {
                     });
     apLine->AddNumber("--ttl", &apOptions->mTimeToLive, 1, 255, "time to live of datagrams");
     apLine->AddNumber("--dscp", &apOptions->mDSCP, 0, 63, "differentiated services code point of datagrams");
-    apLine->AddNumber("--protection", &apOptions->mProtection, 0, MAX_PROTECTION,
+    apLine->AddNumber("--protection", &apOptions->mProtection, 0, PFT_MAX_SUPPORTED_ERRORS,
                       "parity for so many lost fragments of a packet");
 }
 

@@ -3,18 +3,19 @@
 #include <algorithm>
 
 #include "Networking/AFPacket.h"
+#include "Networking/ClassicReassembly.h"
+#include "Networking/FrameTime.h"
 #include "Networking/PFTPacket.h"
 #include "Networking/RecordFormat.h"
 
 namespace {
 
-constexpr uint64_t FRAME_MS = 400;
 char sTagProtocol[] = "T";
 
 }  // namespace
 
 bool RecordingWriter::AddFrame(const Packet& aTagPacket, std::string* apError) {
-    AFPacket lPacket(AF_OVERHEAD + aTagPacket.cSize, 1, 0);
+    AFPacket lPacket(AF_OVERHEAD + aTagPacket.cSize, AF_MAJOR_VERSION, 0);
     lPacket.SetCRCEngine(&cCRC);
     lPacket.WritePayload(aTagPacket.cSize, aTagPacket.cData);
     lPacket.cPayloadProtocol = sTagProtocol;
@@ -57,7 +58,7 @@ bool RecordingWriter::Cut(const Packet& aAFPacket, std::string* apError) {
 }
 
 void RecordingWriter::AddRecord(const Packet& aPacket) {
-    const uint64_t lMilliseconds = cFrames * FRAME_MS;
+    const uint64_t lMilliseconds = uint64_t{cFrames} * DRM_FRAME_TIME;
     const RecordTime lTime = {static_cast<uint32_t>(lMilliseconds / 1000),
                               static_cast<uint32_t>(lMilliseconds % 1000 * 1'000'000)};
     unsigned char lHeader[RECORD_HEADER_SIZE];

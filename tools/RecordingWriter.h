@@ -5,8 +5,6 @@
 #include <vector>
 
 #include "Networking/CRC16.h"
-#include "Networking/FileLayer.h"
-#include "Networking/PFTLayer.h"
 #include "Networking/Packet.h"
 
 // Wraps TAG packets into DCP packets (ETSI TS 102 821) and these into the records of a recording, frame by frame.
