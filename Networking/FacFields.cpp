@@ -2,8 +2,15 @@
 
 #include <algorithm>
 
+#include "Networking/CRC8.h"
+
 FacFields ParseFac(const unsigned char (&aFac)[MDI_FAC_SIZE]) {
     return {aFac[0] >> 5 & 3, aFac[0] >> 1 & 15u, (aFac[0] & 1) != 0, aFac[1] >> 6 & 3u, (aFac[1] & 0x20) != 0};
+}
+
+uint8_t ComputeFacCRC(const unsigned char* apFac) {
+    static const CRC8 sCRC(0x1D, false);  // without inversion the engine gives the complement of its register
+    return sCRC.Compute(apFac, MDI_FAC_SIZE - 1);
 }
 
 ModeName OccupancyName(unsigned aOccupancy) {

@@ -13,6 +13,9 @@ struct FacFields {
 
 FacFields ParseFac(const unsigned char (&aFac)[MDI_FAC_SIZE]);
 
+// Returns the CRC-8 over all bytes of the channel but the last one, which holds it.
+uint8_t ComputeFacCRC(const unsigned char* apFac);
+
 // The names of a field's value: as a line of the player's mode report, and as part of a sentence.
 struct ModeName {
     const char* mInReport;

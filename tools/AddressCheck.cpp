@@ -8,25 +8,9 @@
 
 namespace {
 
-struct AddressOption {
-    std::string mName;
-    std::string mValues;
-    bool mFirst;  // counts as the first option only
-};
-
-const AddressOption OPTIONS[] = {{"fec=", "0|1", true}, {"crc=", "0|1", false}, {"live=", "0|1", false}};
-
-bool Takes(const AddressOption& aOption, const std::string& aWord) {
-    const std::vector<std::string> lValues = Parts(aOption.mValues, '|');
-    return std::any_of(lValues.begin(), lValues.end(),
-                       [&](const std::string& aValue) { return aWord == aOption.mName + aValue; });
-}
-
-std::string AllOptions() {
-    std::string lText;
-    for (const AddressOption& lOption : OPTIONS)
-        lText += (lText.empty() ? "" : ", ") + lOption.mName + lOption.mValues;
-    return lText;
+bool IsOption(const std::string& aWord) {
+    static const char* const OPTIONS[] = {"fec=0", "fec=1", "crc=0", "crc=1", "live=0", "live=1"};
+    return std::find(std::begin(OPTIONS), std::end(OPTIONS), aWord) != std::end(OPTIONS);
 }
 
 }  // namespace
@@ -46,11 +30,9 @@ std::string WhyNoOptions(const std::string& aAddress, const DCPAddress& aParts) 
     const std::vector<std::string> lWords = Parts(aAddress.substr(lStart + 1), '&');
     for (size_t lIndex = 0; lIndex < lWords.size(); ++lIndex) {
         const std::string& lWord = lWords[lIndex];
-        const auto lOption = std::find_if(std::begin(OPTIONS), std::end(OPTIONS),
-                                          [&lWord](const AddressOption& aOption) { return Takes(aOption, lWord); });
-        if (lOption == std::end(OPTIONS))
-            return "'" + lWord + "' is no option; options are " + AllOptions();
-        if (lOption->mFirst && lIndex > 0)
+        if (!IsOption(lWord))
+            return "'" + lWord + "' is no option; options are fec=0|1, crc=0|1, live=0|1";
+        if (lWord.starts_with("fec=") && lIndex > 0)
             return "'" + lWord + "' counts as the first option only";
     }
     return aParts.mFEC && !aParts.mPFT ? "'" + lWords[0] + "' protects fragments, and without .pft there are none" : "";

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <optional>
-#include <utility>
 
 #include "platform/Clock.h"
 #include "platform/Console.h"

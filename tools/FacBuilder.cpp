@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Networking/CRC8.h"
+#include "Networking/FacFields.h"
 #include "tools/BitWriter.h"
 
 namespace {
@@ -34,9 +34,7 @@ Fac BuildFac(const DrmMode& aMode, unsigned aIdentity, size_t aServices, size_t 
     lWriter.Put(PROGRAMME_NEWS, 5);
     lWriter.Put(0, 7);
 
-    // Without the flag the engine gives the complement of its register, as the FAC has it.
-    static const CRC8 sCRC(0x1D, false);
-    lWriter.Put(sCRC.Compute(lWriter.GetBytes().data(), 8), 8);
+    lWriter.Put(ComputeFacCRC(lWriter.GetBytes().data()), 8);
     Fac lFac{};
     std::copy(lWriter.GetBytes().begin(), lWriter.GetBytes().end(), lFac.begin());
     return lFac;

@@ -2,20 +2,19 @@
 
 #include <utility>
 
-#include "Networking/ByteOrder.h"
-#include "Networking/CRC8.h"
+#include "Networking/TagItems.h"
 
 namespace {
 
 std::vector<ItemView> ItemsOf(const Packet& aUnit) {
-    const std::string_view lBytes(reinterpret_cast<const char*>(aUnit.cData), aUnit.ValidBytes());
+    const auto lText = [](const unsigned char* apBytes, size_t aSize) {
+        return std::string_view(reinterpret_cast<const char*>(apBytes), aSize);
+    };
     std::vector<ItemView> lItems;
-    for (size_t lStart = 0; lBytes.size() - lStart >= TAG_ITEM_HEADER_SIZE;) {
-        const uint32_t lBits = ReadU32(aUnit.cData + lStart + 4);
-        const std::string_view lValue = lBytes.substr(lStart + TAG_ITEM_HEADER_SIZE, BytesOfBits(lBits));
-        lItems.push_back({lBytes.substr(lStart, 4), lBits, lValue});
-        lStart += TAG_ITEM_HEADER_SIZE + lValue.size();
-    }
+    TagItemView lItem;
+    for (size_t lOffset = 0; ParseTagItem(aUnit.cData + lOffset, aUnit.ValidBytes() - lOffset, &lItem);
+         lOffset += lItem.GetSize())
+        lItems.push_back({lText(lItem.mName, TAG_NAME_SIZE), lItem.mBits, lText(lItem.mValue, lItem.mValueSize)});
     return lItems;
 }
 
@@ -74,8 +73,7 @@ void UnitCheck::CheckCounter(uint32_t aDlfc, Findings* apFindings) {
 }
 
 void UnitCheck::CheckFac(const unsigned char (&aFac)[MDI_FAC_SIZE], UnitFacts* apFacts) {
-    static const CRC8 sCRC(0x1D, false);  // as in FacBuilder
-    if (sCRC.Compute(aFac, MDI_FAC_SIZE - 1) != aFac[MDI_FAC_SIZE - 1])
+    if (ComputeFacCRC(aFac) != aFac[MDI_FAC_SIZE - 1])
         apFacts->mFindings.push_back({FAULT_FAC_CRC, ""});
     apFacts->mIdentity = ParseFac(aFac).mIdentity;
     CheckOrder(*apFacts->mIdentity, &apFacts->mFindings);
