@@ -9,8 +9,6 @@
 
 namespace {
 
-constexpr uint32_t MAX_COUNTED_LOSS = 1000;  // in packets; a longer gap in the numbering is a new start
-
 // Failed checks appear in the trace file as those of PFTLayer, whatever class makes them.
 void Check(bool aCondition, const char* apText, int aLine = __builtin_LINE()) {
     if (!aCondition)
@@ -129,7 +127,7 @@ bool ClassicReassembly::ParseFragment() {
     return false;
 }
 
-uint32_t ClassicReassembly::ReceiveFirst(uint32_t* apTimeOut) {
+ClassicReassembly::Step ClassicReassembly::ReceiveFirst(uint32_t* apTimeOut) {
     const uint32_t lResult = ReceiveBelow(apTimeOut);
     if (lResult != 1)
         return lResult == 2 ? TIMED_OUT : FAILED;
@@ -148,7 +146,7 @@ uint32_t ClassicReassembly::ReceiveFirst(uint32_t* apTimeOut) {
     return FIRST;
 }
 
-uint32_t ClassicReassembly::ReceiveNext(uint32_t* apTimeOut) {
+ClassicReassembly::Step ClassicReassembly::ReceiveNext(uint32_t* apTimeOut) {
     if (CheckQueue())
         return STORED;
     const uint32_t lResult = ReceiveBelow(apTimeOut);
@@ -212,13 +210,12 @@ void ClassicReassembly::DropPassedFragments() {
     }
 }
 
-bool ClassicReassembly::QueueFragment(PFTPacket* apFragment) {
+void ClassicReassembly::QueueFragment(PFTPacket* apFragment) {
     apFragment->Rewind();
     const auto lAhead = static_cast<int16_t>(apFragment->GetPSeq() - cLayer.ciwPSeq);
     const uint32_t lSequence = cEpoch + cLayer.ciwPSeq + static_cast<uint32_t>(lAhead);
     const bool lStored = cpcQueue.Insert(apFragment, lSequence, apFragment->GetFindex(), apFragment->GetFcount()) == 1;
     Check(lStored, "res==SUCCESSFUL");
-    return lStored;
 }
 
 // The distance is counted in fragments, as if every packet in between had cidwFCount of them.  It wraps in 32 bits, so

@@ -49,7 +49,7 @@ public:
 
 private:
     enum class Outcome { GO_ON, TIMED_OUT, LOST };
-    enum Step : uint32_t { FAILED = 0, TIMED_OUT = 1, FIRST = 3, STORED = 4, EARLY = 5, FAR = 6, NOT_FIRST = 6 };
+    enum Step { FAILED, TIMED_OUT, FIRST, NOT_FIRST, STORED, EARLY, FAR };
 
     // What all fragments of a packet with parity have in common.  Without parity nothing is set.
     struct Format {
@@ -63,12 +63,12 @@ private:
 
     Outcome WaitFirst(uint32_t* apTimeOut);
     Outcome WaitNext(uint32_t* apTimeOut);
-    uint32_t ReceiveFirst(uint32_t* apTimeOut);  // FAILED, TIMED_OUT, FIRST or NOT_FIRST
-    uint32_t ReceiveNext(uint32_t* apTimeOut);   // FAILED, TIMED_OUT, STORED, EARLY or FAR
+    Step ReceiveFirst(uint32_t* apTimeOut);      // FAILED, TIMED_OUT, FIRST or NOT_FIRST
+    Step ReceiveNext(uint32_t* apTimeOut);       // FAILED, TIMED_OUT, STORED, EARLY or FAR
     uint32_t ReceiveBelow(uint32_t* apTimeOut);  // the result of the layer below; its code becomes the layer's
     bool ParseFragment();
-    bool CheckQueue();                                   // true when the expected fragment is taken from the queue
-    bool QueueFragment(PFTPacket* apFragment);           // false when the queue is full
+    bool CheckQueue();  // true when the expected fragment is taken from the queue
+    void QueueFragment(PFTPacket* apFragment);
     bool IsFar(uint32_t aPSeq, uint32_t aFindex) const;  // true when it is far from the expected one
     void AdvancePosition();
     void LeaveGap();

@@ -9,7 +9,6 @@
 namespace {
 
 constexpr uint32_t MOST_STRAYS = 2;
-constexpr uint32_t MAX_COUNTED_LOSS = 1000;  // packets; a longer gap in the numbering is a new start
 
 }  // namespace
 

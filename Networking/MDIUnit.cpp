@@ -40,8 +40,7 @@ const MDIUnit::Rule& MDIUnit::RuleOf(uint32_t aItem) {
     return RULES[aItem];
 }
 
-MDIUnit::MDIUnit(uint32_t aCapacity, uint16_t aMajorRevision, uint16_t aMinorRevision)
-    : TAGPacket(aCapacity), cRecorded(nullptr) {
+MDIUnit::MDIUnit(uint32_t aCapacity, uint16_t aMajorRevision, uint16_t aMinorRevision) : TAGPacket(aCapacity) {
     cPayloadProtocol = sProtocol;
     if (aCapacity < TAG_ITEM_HEADER_SIZE + PTR_SIZE)
         return;
@@ -69,7 +68,7 @@ uint32_t MDIUnit::Parse() {
                 return FailToParse(lItem, MDI_ITEM_MISSING);
             continue;
         }
-        const uint32_t lBits = ReadU32(lpItem + 4);
+        const uint32_t lBits = ReadU32(lpItem + TAG_NAME_SIZE);
         if (lRule.mBits != ANY_LENGTH && lRule.mBits != lBits)
             return FailToParse(lItem, MDI_WRONG_LENGTH);
         cRecords[lItem] = {true, OffsetOf(lpItem) + TAG_ITEM_HEADER_SIZE, lBits};

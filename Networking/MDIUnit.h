@@ -78,6 +78,6 @@ private:
     uint32_t AddItem(uint32_t aItem, uint32_t aBits, const unsigned char* apValue);
 
     std::array<Record, ITEM_COUNT> cRecords;
-    const unsigned char* cRecorded;  // the cData that cRecords refers to
+    const unsigned char* cRecorded = nullptr;  // the cData that cRecords refers to
     const char* cFaultyItem = nullptr;
 };

@@ -19,12 +19,9 @@ MadeTransport MakeTransport(const DCPAddress& aAddress, uint32_t aDirection, uin
         lMade.mFileLayer = lLayer.get();
         lMade.mTransport = std::move(lLayer);
     } else {
-        lMade.mError = DCP_TRANSPORT_NOT_SUPPORTED;
-        return lMade;
+        return {nullptr, nullptr, nullptr, DCP_TRANSPORT_NOT_SUPPORTED};
     }
-    if (lOpened == 1)
-        return lMade;
-    MadeTransport lRefused;
-    lRefused.mError = lMade.mTransport->GetError();
-    return lRefused;
+    if (lOpened != 1)
+        return {nullptr, nullptr, nullptr, lMade.mTransport->GetError()};
+    return lMade;
 }
