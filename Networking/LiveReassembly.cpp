@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr uint32_t MOST_STRAYS = 2;
+constexpr uint32_t MOST_STRAYS = 2;  // so many in a row end the candidate
 
 }  // namespace
 
@@ -23,7 +23,7 @@ const InputPlace& LiveReassembly::Place() const {
     return cLayer.ciReporter != nullptr ? cLayer.ciReporter->cInput : NOWHERE;
 }
 
-// The stamps of a capture may go back a little; time does not.
+// The time stamps of a capture may go back a little, but cTime never does.
 uint64_t LiveReassembly::UpdateTime() {
     cTime = std::max(cTime, Place().mTime);
     return cTime;
@@ -66,7 +66,7 @@ uint32_t LiveReassembly::Receive(Packet* apOut, uint32_t* apTimeOut) {
     return 1;
 }
 
-// Asks the layer below for the next datagram, no longer than until time alone decides about a packet.
+// Waits for the next datagram, at most until the deadline of a packet.
 uint32_t LiveReassembly::WaitBelow(uint64_t aStart, uint32_t* apTimeOut) {
     if (cPacesItself)
         return cLayer.ciLowerLayer->Receive(&cInput, apTimeOut, 0);
@@ -85,7 +85,7 @@ uint32_t LiveReassembly::WaitBelow(uint64_t aStart, uint32_t* apTimeOut) {
     return cLayer.ciLowerLayer->Receive(&cInput, &lTimeOut, 0);
 }
 
-// Whether a packet has had its turn: it is in cReassembled.
+// Puts the next packet that can leave the window into cReassembled.  Returns whether there is one.
 bool LiveReassembly::TakeReady() {
     if (!cpCurrent->TakeNext(cQuietUntil, cEnding != Ending::NONE, cFEC, &cJoined))
         return false;
@@ -137,13 +137,13 @@ bool LiveReassembly::ParseInput() {
     return true;
 }
 
-// Whether the part in hand is a whole packet whose turn it is: then it is in cReassembled.
+// Takes the part in hand.  Returns whether it is a whole packet whose turn it is, which then is in cReassembled.
 bool LiveReassembly::TakePart() {
     cHasPart = false;
     if (!cpCurrent->IsActive())
         cpCurrent->Start(cPart);
     const int32_t lPlace = cpCurrent->PlaceOf(cPart);
-    if (lPlace >= 0 && lPlace < ReceptionWindow::SIZE && !ContinuesCandidate())
+    if (lPlace != ReceptionWindow::NO_PLACE && !ContinuesCandidate())
         return TakeInCurrent(lPlace);
     if (IsRemembered())
         ReportPart(StackEvent::FRAGMENT_DOUBLE, StackEvent::PACKET_DOUBLE);
@@ -167,7 +167,7 @@ bool LiveReassembly::TakeInCurrent(int32_t aPlace) {
     Remember();
     if (!lAlone)
         return false;
-    cInput.cPayload = cInput.cData + (cPart.mPayload - cInput.cData);
+    cInput.cPayload = const_cast<unsigned char*>(cPart.mPayload);  // only to be viewed
     cInput.cPayloadSize = cPart.mHeader.mPlen;
     cReassembled.SharePayload(&cInput);
     cLayer.Report(StackEvent::PACKET_COMPLETED, 1, cPart.mHeader.mPSeq);
@@ -175,19 +175,20 @@ bool LiveReassembly::TakeInCurrent(int32_t aPlace) {
     return true;
 }
 
-// A numbering that begins anew a little behind grows into the current window; its parts stay together.
+// Whether the part in hand belongs to a numbering that has begun anew a little behind the current window, and that has
+// meanwhile grown into it.
 bool LiveReassembly::ContinuesCandidate() {
-    if (cpCandidate->GetHeard() + 1 < LIVE_PACKETS_OF_NEW_NUMBERING || !cpCandidate->IsActive())
+    if (cpCandidate->GetHeard() + 1 < LIVE_PACKETS_OF_NEW_NUMBERING)
         return false;
     const int32_t lPlace = cpCandidate->PlaceOf(cPart);
     const int32_t lHighest = static_cast<int16_t>(cpCandidate->GetHighest() - cpCandidate->GetNext());
-    return lPlace >= 0 && lPlace < ReceptionWindow::SIZE && lPlace <= lHighest + 1;
+    return lPlace != ReceptionWindow::NO_PLACE && lPlace <= lHighest + 1;
 }
 
 void LiveReassembly::PutAside() {
     int32_t lPlace = cpCandidate->PlaceOf(cPart);
-    if (lPlace < 0 || lPlace >= ReceptionWindow::SIZE) {
-        // A stray part displaces no numbering that is about to be recognised, but several in a row do.
+    if (lPlace == ReceptionWindow::NO_PLACE) {
+        // A single stray part does not displace a numbering that is about to be recognised.
         if (cpCandidate->GetDatagrams() > 1 && ++cStrays < MOST_STRAYS) {
             ReportPart(StackEvent::FRAGMENT_LATE, StackEvent::PACKET_LATE);
             return;
@@ -214,7 +215,7 @@ bool LiveReassembly::IsJustBehind() const {
     return lAhead < 0 && lAhead >= -2 * ReceptionWindow::SIZE;
 }
 
-// What was put aside has turned out to be late or stray.
+// Reports what was put aside as late, because the current numbering goes on.
 void LiveReassembly::DropCandidate() {
     if (!cpCandidate->IsActive())
         return;
@@ -229,7 +230,7 @@ void LiveReassembly::EndNumbering() {
     cEnding = cpCandidate->IsActive() && !IsJustBehind() ? Ending::TO_CANDIDATE : Ending::TO_NOTHING;
 }
 
-// The current window is empty.
+// Is called when the current window is empty.
 void LiveReassembly::FinishEnding() {
     if (cEnding == Ending::TO_CANDIDATE) {
         const uint32_t lGap = static_cast<uint16_t>(cpCandidate->GetNext() - cpCurrent->GetNext());
@@ -248,7 +249,8 @@ void LiveReassembly::ReportPart(StackEvent aOfFragment, StackEvent aOfPacket) {
     cLayer.Report(cPart.mIsWholePacket ? aOfPacket : aOfFragment, 1, cPart.mHeader.mPSeq);
 }
 
-// Numbers, size, and the first and last bytes; never 0.
+// Returns a hash of the numbers, the size, and the first and last bytes of the part in hand; never 0, which stands for
+// no datagram.
 uint64_t LiveReassembly::Fingerprint() const {
     unsigned char lEnds[16] = {};
     const size_t lSize = cPart.mHeader.mPlen;

@@ -10,8 +10,8 @@
 
 class PFTLayer;
 
-// So many packets show that a numbering has begun anew; more are wanted when their numbers are just behind, because
-// packets that were overtaken look alike.
+// How many packets show that a numbering has begun anew.  More are wanted when their numbers are just behind the
+// current ones, because packets that were overtaken on their way have such numbers too.
 constexpr uint32_t LIVE_PACKETS_OF_NEW_NUMBERING = 3;
 constexpr uint32_t LIVE_PACKETS_JUST_BEHIND = 8;
 
@@ -23,13 +23,15 @@ constexpr uint32_t LIVE_PACKETS_JUST_BEHIND = 8;
 // has begun anew: the candidate takes over with all that it holds.  Any part that has a place in the first window
 // empties the candidate, so a stray or forged fragment moves nothing.
 //
-// Doubles are known by their first and last bytes among the last datagrams, so that they are not taken for a new
-// numbering.  Time comes with each datagram (StackReporter::cInput); this class reads no clock.  In a recording time
-// stands still, and each pass is a new numbering.
+// A datagram that comes again is recognised, by a fingerprint, among the last ones, so that doubles are not taken for a
+// new numbering.  Time comes with each datagram (StackReporter::cInput); this class reads no clock.  In a recording
+// time stands still, and each pass is a new numbering.
+//
+// Memory: two windows and the packet that goes up, below 14 MB.
 class LiveReassembly : public Reassembly {
 public:
     // aPacesItself: the time-out of the transport is a pause before the read (TransportTraits).
-    LiveReassembly(PFTLayer& aLayer, bool aPacesItself);  // which owns it
+    LiveReassembly(PFTLayer& aLayer, bool aPacesItself);  // the layer owns this object
 
     // Returns 1 with the next packet in its turn; 2 when none has come for *apTimeOut milliseconds (0: when the
     // transport has nothing), or at the transport's end; 0 with the code of the transport when that failed.
@@ -68,7 +70,7 @@ private:
     uint32_t cStrays = 0;      // parts in a row that fitted neither window
     uint64_t cTime = 0;        // the latest, in microseconds
     uint64_t cQuietUntil = 0;  // the last time at which no datagram was waiting
-    uint64_t cLastRecord = 0;  // of a recording
+    uint64_t cLastRecord = 0;  // number of the last record of a recording
 
     Packet cInput{0};       // views the datagram in hand
     ReceivedPart cPart;     // what it holds

@@ -7,15 +7,16 @@
 #include "Networking/PFTFormat.h"
 #include "Networking/Packet.h"
 
-// The largest packet that live reception puts together, as it travels: an AF packet of AF_MAX_SIZE with its parity.
-constexpr uint32_t LIVE_MAX_PACKET_SIZE = 90000;  // bytes
-constexpr uint32_t LIVE_MAX_FRAGMENTS = 4096;     // of one packet
+// The limits of a packet that live reception puts together.  An AF packet of AF_MAX_SIZE fits with its parity.
+constexpr uint32_t LIVE_MAX_PACKET_SIZE = 90000;  // bytes, parity included
+constexpr uint32_t LIVE_MAX_FRAGMENTS = 4096;
 
 // The fragments of one packet that have arrived, in any order.  All of them have one format: the number of fragments,
 // their size, and with parity the shape of the code.  The last fragment of a packet without parity may be shorter.  A
 // packet that came whole counts as its only fragment.
-// Memory: at most LIVE_MAX_PACKET_SIZE bytes of payload and 8 bytes for each of LIVE_MAX_FRAGMENTS; kept for the next
-// packet.
+//
+// Memory: below 213,000 bytes (a growing vector takes up to twice LIVE_MAX_PACKET_SIZE for the payload, and each of
+// LIVE_MAX_FRAGMENTS takes 8), which are kept for the next packet.
 class PacketParts {
 public:
     enum class Added { NEW, DOUBLE, REFUSED };
@@ -27,9 +28,9 @@ public:
     // one, and a packet beyond the limits.
     Added Add(const PFTHeader& aHeader, const unsigned char* apPayload);
 
-    // Whether the fragment that is there in the place of this one has other bytes.
+    // For a fragment whose index is taken already.  Differs tells whether the stored one has other bytes; Replace puts
+    // the new one in its place, as long as there is room for both.
     bool Differs(const PFTHeader& aHeader, const unsigned char* apPayload) const;
-    // Puts this fragment in the place of the one that is there, as long as there is room for both.
     void Replace(const PFTHeader& aHeader, const unsigned char* apPayload);
 
     uint32_t GetCount() const { return cCount; }  // of fragments
@@ -37,8 +38,8 @@ public:
     bool HasParity() const { return cCount > 0 && cFormat.mFEC; }
     uint32_t GetMissing() const { return cCount > 0 ? cFormat.mFcount - cCount : 0; }
 
-    // Writes the packet that was sent to *apPacket, which has room for LIVE_MAX_PACKET_SIZE bytes.  What is missing is
-    // rebuilt from the parity; false when there is not enough of it.
+    // Writes the packet that was sent to *apPacket, which has room for LIVE_MAX_PACKET_SIZE bytes.  Fragments that are
+    // missing are rebuilt from the parity; false when it does not suffice.
     bool Join(FECProcessor& aFEC, Packet* apPacket) const;
 
 private:

@@ -9,6 +9,12 @@ namespace {
 
 constexpr int32_t MOST_OVERTAKEN = 3;  // packets before the first one that was heard
 
+// What is damaged must not take the place of a sound double that may come yet.
+bool IsSound(const unsigned char* apBytes, size_t aSize) {
+    AFHeader lHeader;
+    return ParseAFPacket(apBytes, aSize, AF_MAJOR_VERSION, PFTPacket::SharedEngine(), &lHeader) == AFCheck::VALID;
+}
+
 }  // namespace
 
 const PacketParts& ReceptionWindow::Slot::GetMost() const {
@@ -83,7 +89,7 @@ int32_t ReceptionWindow::PlaceOf(const ReceivedPart& aPart) {
     const int32_t lPlace = static_cast<int16_t>(aPart.mHeader.mPSeq - cNext);
     const int32_t lTop = static_cast<int16_t>(cHighest - cNext);
     if (!cFresh || lPlace >= 0 || lPlace < -MOST_OVERTAKEN || lTop - lPlace >= SIZE)
-        return lPlace;
+        return lPlace >= 0 && lPlace < SIZE ? lPlace : NO_PLACE;
     cNext = aPart.mHeader.mPSeq;
     cFirst = (cFirst + static_cast<uint32_t>(SIZE + lPlace)) % SIZE;
     return 0;
@@ -152,11 +158,6 @@ uint32_t ReceptionWindow::GetHeard() const {
         cSlots.begin(), cSlots.end(), [](const Slot& aSlot) { return aSlot.IsHeard(); }));
 }
 
-bool ReceptionWindow::IsSound(const unsigned char* apBytes, size_t aSize) {
-    AFHeader lHeader;
-    return ParseAFPacket(apBytes, aSize, AF_MAJOR_VERSION, PFTPacket::SharedEngine(), &lHeader) == AFCheck::VALID;
-}
-
 bool ReceptionWindow::Join(const Slot& aSlot, FECProcessor& aFEC, Packet* apPacket) {
     const PacketParts& lMost = aSlot.GetMost();
     const PacketParts& lOther = &lMost == &aSlot.mParts[0] ? aSlot.mParts[1] : aSlot.mParts[0];
@@ -174,7 +175,7 @@ bool ReceptionWindow::TakeNext(uint64_t aQuietUntil, bool aFlush, FECProcessor& 
             return false;
         const bool lJoined = Join(lSlot, aFEC, apPacket);
         if (!lJoined && !lIsWhole && !lRestIsLost && lSlot.GetMost().HasParity() && !lSlot.mWasTooLittle) {
-            lSlot.mWasTooLittle = true;
+            lSlot.mWasTooLittle = true;  // the packet waits on for the rest
             continue;
         }
         if (lIsWhole && !lJoined) {

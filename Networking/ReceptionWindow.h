@@ -8,28 +8,31 @@
 #include "Networking/PacketParts.h"
 
 // What decides that the rest of a packet is lost.
-constexpr uint32_t LIVE_PATIENCE = 4;          // datagrams of later packets since the packet's last one
-constexpr uint64_t LIVE_QUIET_TIME = 600'000;  // microseconds without news: a frame of 400 ms and the spread of 200 ms
-constexpr uint64_t LIVE_GIVE_UP_TIME = 2'000'000;  // microseconds that a packet may hold up later ones
+constexpr uint32_t LIVE_PATIENCE = 4;              // datagrams of later packets
+constexpr uint64_t LIVE_QUIET_TIME = 600'000;      // microseconds: a frame of 400 ms and the sender's spread of 200 ms
+constexpr uint64_t LIVE_GIVE_UP_TIME = 2'000'000;  // microseconds
 
-// A fragment, or an AF packet that came whole: then mHeader.mPSeq is its SEQ and it is its own only fragment.
+// A received fragment.  An AF packet that was sent without PFT counts as the only fragment of its packet, with its SEQ
+// in mHeader.mPSeq.
 struct ReceivedPart {
     bool mIsWholePacket = false;
     PFTHeader mHeader;
     const unsigned char* mPayload = nullptr;  // mHeader.mPlen bytes; not owned
 };
 
-// The packets of one numbering that are on their way: so many, in the order of their numbers (PSeq of fragments, SEQ of
-// whole AF packets; 16 bits, circular).  A packet leaves at its turn: as soon as it is whole, or rebuilt from its
-// parity once the rest counts as lost, or given up.
+// Puts the packets of one numbering into the order of their numbers (PSeq of fragments, SEQ of AF packets that were
+// sent without PFT; 16 bits, circular).  It holds the packet that is to leave next and SIZE - 1 packets behind it. When
+// a packet's turn comes it leaves as soon as it is whole, or when its rest counts as lost: then it is rebuilt from its
+// parity or given up.
 //
-// The rest of a packet counts as lost when LIVE_PATIENCE datagrams of later packets have come since its last one, when
-// a packet has been quiet for LIVE_QUIET_TIME and its parity suffices, or when a packet has held up later ones, or
-// everything has been quiet, for LIVE_GIVE_UP_TIME.  So a loss adds at most 2 seconds of latency, with parity 0.6.
-// A packet of which only one of several fragments has come is no sign of loss for the packets before it, so that stray
-// and forged fragments take nothing from them.
+// The rest of a packet counts as lost when
+// - LIVE_PATIENCE datagrams of later packets have come since the packet's last one,
+// - none of the packet has come for LIVE_QUIET_TIME, and the parity suffices,
+// - or the packet has held up later ones, or no datagram at all has come, for LIVE_GIVE_UP_TIME.
+// So a loss adds at most 2 seconds of latency, or 0.6 when the parity suffices.  As long as only one of several
+// fragments of a packet has come, it does not count as a later datagram, because it may be stray or forged.
 //
-// Memory is bounded by SIZE packets with two PacketParts each, below 8 MB.  One thread; reads no clock.
+// Memory: SIZE packets with two PacketParts each, below 7 MB.  Only one thread may use a window.  It reads no clock.
 class ReceptionWindow {
 public:
     static constexpr int32_t SIZE = 16;  // packets
@@ -43,26 +46,26 @@ public:
     // Begins a numbering at the number of aPart, which is to be put next.
     void Start(const ReceivedPart& aPart);
 
-    // How far the packet of aPart is ahead of the next one to leave; a number outside 0 to SIZE - 1 when it has no
-    // place in the window.  A numbering that has just begun moves back a little for packets that were overtaken.
+    // Returns how many packets lie between the next one to leave and that of aPart, 0 to SIZE - 1; NO_PLACE when it is
+    // outside the window or aPart is not of the window's kind (fragment or whole packet).  A numbering that has just
+    // begun is moved back a little for packets that were overtaken.
     int32_t PlaceOf(const ReceivedPart& aPart);
-    static constexpr int32_t NO_PLACE = -65536;  // of a part of the other kind
+    static constexpr int32_t NO_PLACE = -1;
 
-    // Stores a part at its place.
+    // Stores a part at its place.  aNow is in microseconds, like all times of this class.
     PacketParts::Added Put(const ReceivedPart& aPart, int32_t aPlace, uint64_t aNow);
 
-    // The next packet whose turn has come, into *apPacket (room for LIVE_MAX_PACKET_SIZE bytes); false when there is
-    // none yet.  Gives up what counts as lost at aQuietUntil, the last time at which no datagram was waiting to be
-    // read. With aFlush nothing more is waited for.
+    // Writes the next packet that can leave to *apPacket, which has room for LIVE_MAX_PACKET_SIZE bytes; false when
+    // there is none yet.  Time counts up to aQuietUntil, the last time at which no datagram was waiting to be read.
+    // With aFlush nothing more is waited for.
     bool TakeNext(uint64_t aQuietUntil, bool aFlush, FECProcessor& aFEC, Packet* apPacket);
 
-    // Whether the next packet to leave is this one and needs nothing else: then it may go up without a copy.
+    // Whether aPart is all of the next packet to leave and sound, so that it may go up without a copy.  SkipNext is
+    // then to be called in place of Put and TakeNext.
     bool IsNextAlone(const ReceivedPart& aPart, int32_t aPlace) const;
-    // Whether bytes are a sound AF packet: what is damaged holds no place that its sound double would need.
-    static bool IsSound(const unsigned char* apBytes, size_t aSize);
-    void SkipNext();  // it went up
+    void SkipNext();
 
-    // When time alone will change something, in microseconds; NEVER when it will not.
+    // Returns the time from which on TakeNext may have a packet although no datagram came; NEVER when there is none.
     uint64_t GetDeadline() const;
     static constexpr uint64_t NEVER = UINT64_MAX;
 
@@ -73,20 +76,21 @@ public:
 
 private:
     struct Slot {
-        // The second holds what does not fit the first: fragments of another format, or the whole again with the later
-        // one of two fragments that differ.  So neither a stray nor a damaged fragment keeps a packet from coming out.
+        // mParts[1] serves when fragments contradict those in mParts[0], so that neither a stray nor a damaged fragment
+        // keeps a packet from coming out.  It holds fragments of another format; or a copy of mParts[0] with a later
+        // fragment in the place of one that has the same index and other bytes.
         PacketParts mParts[2];
-        bool mAreTwins = false;      // the second is of the first one's format
-        bool mIsUnsound = false;     // whole, but no sound packet came of it
-        bool mWasTooLittle = false;  // for the parity, when the packet had been quiet for LIVE_QUIET_TIME
-        uint64_t mLastNews = 0;
-        uint32_t mUncounted = 0;       // datagrams that are no sign of loss for earlier packets yet
-        uint64_t mFirstLater = 0;      // when a later packet became a sign of loss
-        uint32_t mLaterDatagrams = 0;  // since the last news
-        bool mHasLater = false;
+        bool mAreTwins = false;        // mParts[1] is such a copy
+        bool mIsUnsound = false;       // all fragments are there, but they make no sound packet
+        bool mWasTooLittle = false;    // the parity did not suffice after LIVE_QUIET_TIME
+        uint64_t mLastNews = 0;        // when the last datagram of the packet came
+        uint32_t mUncounted = 0;       // datagrams of the packet that earlier packets have not counted as later ones
+        bool mHasLater = false;        // later datagrams have been counted
+        uint64_t mFirstLater = 0;      // when the first of them was counted
+        uint32_t mLaterDatagrams = 0;  // how many were counted since mLastNews
 
         bool IsHeard() const { return !mParts[0].IsEmpty() || !mParts[1].IsEmpty(); }
-        const PacketParts& GetMost() const;
+        const PacketParts& GetMost() const;  // of both, the one that lacks the fewest fragments
         PacketParts::Added Add(const ReceivedPart& aPart);
         PacketParts::Added AddToOtherFormat(const ReceivedPart& aPart);
         void Clear();

@@ -6,14 +6,14 @@
 
 constexpr uint64_t LIVE_SOURCE_SILENCE = 800'000;  // microseconds, two frames: then another sender may take over
 
-// Follows one sender (address and port) among those that send to one port, so that a second one does not mix its
-// packets into the first one's.
+// Follows one sender (address and port) among those that send to one port, so that the packets of two senders do not
+// mix.
 class SourceFilter {
 public:
     enum class Verdict { FOLLOWED, TAKES_OVER, FOREIGN };
 
-    // Of the sender of a datagram of the stack's protocols.  The first one, and one that comes when the followed one
-    // has been silent for LIVE_SOURCE_SILENCE, takes over.
+    // Judges the sender of a datagram that the stack can use.  A sender takes over when none is followed yet, or when
+    // the followed one has been silent for LIVE_SOURCE_SILENCE.
     Verdict Judge(const InputPlace& aInput) {
         const bool lIsSame = cHasSource && aInput.mAddress == cAddress && aInput.mPort == cPort;
         if (!lIsSame && cHasSource && aInput.mTime < cLastTime + LIVE_SOURCE_SILENCE)

@@ -60,7 +60,7 @@ struct StackReport {
     StackEvent mEvent;
     uint64_t mCount;           // how many times it happened, at least 1
     uint32_t mNumber;          // see StackEvent; NO_EVENT_NUMBER when there is none
-    const InputPlace& mInput;  // what the transport had taken last when it was noticed
+    const InputPlace& mInput;  // what the transport had taken last when the event was noticed
 };
 
 // Observe is called on the endpoint's task, or on the thread that works the stack in its place.  It must not block,
@@ -78,8 +78,8 @@ public:
 
     void Report(StackEvent aEvent, uint64_t aCount = 1, uint32_t aNumber = NO_EVENT_NUMBER);
 
-    // For the transport, which brakes itself.  Each counts from its last call: the first the units that came up, the
-    // second the events that left a line on the console or in the trace file.
+    // For the transport, which waits when nothing useful comes of its packets.  Both count from their last call: the
+    // units that came up, and the events that may leave a line on the console or in the trace file.
     uint32_t TakeUsefulUnits() { return std::exchange(cUsefulUnits, 0); }
     uint32_t TakeComplaints() { return std::exchange(cComplaints, 0); }
 
