@@ -4,12 +4,13 @@
 
 #include "Networking/CRCTable.h"
 
-// A table-driven cyclic redundancy check, one look-up per byte.  The engine builds its tables when it is constructed
-// and only reads them afterwards, so any number of threads may share one.  Compute is Update from an initial value of
-// all ones, then the final step.  apData is not read, and may be null, when aLength is below 1.
+// A table-driven cyclic redundancy check, most significant bit first.  The engine builds its tables when it is
+// constructed and only reads them afterwards, so any number of threads may share one.  apData is not read, and may be
+// null, when aLength is below 1.
 //
-// Most significant bit first.  Compute complements the register when invert is set.  Over "123456789": polynomial
-// 0x1021 with invert 0xD64E (CRC-16/GENIBUS, the CRC of ETSI TS 102 821), without 0x29B1 (CRC-16/IBM-3740).
+// Compute is Update from an initial value of all ones, then the complement of the register when invert is set.  Over
+// "123456789": polynomial 0x1021 with invert 0xD64E (CRC-16/GENIBUS, the CRC of ETSI TS 102 821), without 0x29B1
+// (CRC-16/IBM-3740).
 class CRC16 {
 public:
     CRC16(uint32_t aPolynomial, bool aInvert);
