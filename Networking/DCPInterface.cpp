@@ -84,7 +84,6 @@ void DCPInterface::BuildStack(const DCPAddress& aAddress) {
     ciPFTLayer->SetLowerLayer(ciTransportLayer.get());
     ciPFTLayer->SetAddressing(lTraits.mHasAddressing ? 1 : 0);
     ciPFTLayer->SetMode(!aAddress.mPFT ? PFT_MODE_NONE : aAddress.mFEC ? PFT_MODE_FEC : PFT_MODE_FRAGMENT);
-
     if (lIsLive)
         ciPFTLayer->SetLive(lTraits.mPacesItself);
 
@@ -197,7 +196,7 @@ void DCPInterface::ReceivingLoop() {
     }
 }
 
-// Puts the unit in hand into the fifo of its tag and says when a file is to be read on.
+// Puts the unit in hand into the fifo of its tag and chooses the pause before a file is read on.
 void DCPInterface::FileUnit(bool aPacesItself) {
     PacketFifo* const lpFifo = JudgeUnit();
     if (lpFifo == nullptr)
@@ -212,17 +211,19 @@ void DCPInterface::FileUnit(bool aPacesItself) {
     }
 }
 
-// The fifo that the unit in hand goes to; null when it is of no use.
+// Returns the fifo that the unit in hand goes to; null when the unit is of no use.
 PacketFifo* DCPInterface::JudgeUnit() {
     if (cUnit.Parse() != 1) {
         Report(StackEvent::UNIT_DAMAGED);
-        platform::Print("DCPInterface::body Parse() == FAILED\n");
+        if (!ciAFLayer->ciLive)
+            platform::Print("DCPInterface::body Parse() == FAILED\n");
         return nullptr;
     }
     PacketFifo* const lpFifo = FifoOf(GetTagIndex(cUnitProtocol));
     if (lpFifo == nullptr) {
         Report(StackEvent::UNIT_FOREIGN, 1, ReadU32(reinterpret_cast<const unsigned char*>(cUnitProtocol)));
-        platform::Print("DCPInterface::body IsThisTagRegistered == false\n");
+        if (!ciAFLayer->ciLive)
+            platform::Print("DCPInterface::body IsThisTagRegistered == false\n");
         return nullptr;
     }
     return lpFifo;
@@ -241,7 +242,7 @@ void DCPInterface::SendingLoop() {
         platform::Sleep(DCP_NETWORK_TIMEOUT);  // until the task is ended: there is nothing that it could send
 }
 
-// 0, or the code that says why the packet did not go out.
+// Returns 0, or the code that says why the packet did not go out.
 uint32_t DCPInterface::SendDown(Packet* apPacket) {
     uint32_t lCode = 0;
     if (!IsThisTagRegistered(apPacket->cPayloadProtocol)) {

@@ -24,7 +24,7 @@ struct TransportSettings {
     uint64_t mFileSizeLimit = FILE_MAX_SIZE;  // the most bytes that a recording to be played may have
 
     // For networks.
-    bool mLive = false;        // datagrams of any length are taken, and silence and foreign datagrams leave no line
+    bool mLive = false;        // received live (LiveReassembly): datagrams of any length, refused without a line
     std::string mInterface;    // name or IPv4 address of the interface for multicast; empty: Open chooses it
     std::string mSource;       // IPv4 address of the only sender whose datagrams to the group are taken; empty: any
     bool mSharePort = false;   // other receivers of the same group on this host may share the port
