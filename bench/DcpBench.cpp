@@ -14,16 +14,13 @@
 #include <vector>
 
 #include "DrmUtil/CNameResolutionDaemon.h"
-#include "Networking/AFLayer.h"
 #include "Networking/CRC16.h"
 #include "Networking/CRC32.h"
 #include "Networking/CRC8.h"
+#include "Networking/DCPInterface.h"
 #include "Networking/FECProtector.h"
 #include "Networking/MDIUnit.h"
-#include "Networking/PFTLayer.h"
-#include "Networking/PacketFifo.h"
 #include "Networking/PacketQueue.h"
-#include "Networking/UDPIPLayer.h"
 #include "bench/PlainReedSolomon.h"
 #include "platform/Console.h"
 #include "tools/MdiFrames.h"
@@ -34,7 +31,6 @@ using benchmark::DoNotOptimize;
 using benchmark::State;
 
 constexpr uint32_t TIME_OUT = 1000;  // milliseconds; no benchmark waits so long
-constexpr uint32_t FIFO_SIZE = 25;
 constexpr uint16_t SEQUENCE = 4660;
 
 // Returns a unit of about 1 kB with two streams and all items that a super frame begins with.
@@ -101,7 +97,7 @@ BENCHMARK(MdiParse);
 // Builds the AF packet of a unit as AFLayer does.  Returns null when a step fails.
 std::unique_ptr<AFPacket> BuildAF(const Packet& aUnit, const CRC16& aEngine, bool aWithCRC) {
     static char sProtocol[] = "T";
-    auto lPacket = std::make_unique<AFPacket>(AF_OVERHEAD + aUnit.GetSize(), uint8_t{1}, uint8_t{0});
+    auto lPacket = std::make_unique<AFPacket>(AF_OVERHEAD + aUnit.GetSize(), AF_MAJOR_VERSION, uint8_t{0});
     lPacket->SetCRCEngine(&aEngine);
     lPacket->cPayloadProtocol = sProtocol;
     if (lPacket->WritePayload(aUnit.GetSize(), aUnit.cData) != 1 || lPacket->SetHeader(SEQUENCE, aWithCRC) != 1 ||
@@ -126,7 +122,7 @@ BENCHMARK(AFBuild)->ArgName("crc")->Arg(0)->Arg(1);
 void AFParse(State& aState) {
     const CRC16 lEngine(CRC16_POLYNOMIAL, true);
     const auto lPacket = BuildAF(*SampleUnit(), lEngine, aState.range(0) != 0);
-    AFPacket lReceived(0, 1, 0);
+    AFPacket lReceived(0, AF_MAJOR_VERSION, 0);
     lReceived.SetCRCEngine(&lEngine);
     bool lGood = lPacket != nullptr;
     for (auto _ : aState) {
@@ -171,15 +167,10 @@ BENCHMARK(PFTParse);
 
 // Reed-Solomon
 
-std::unique_ptr<const RSCodec> MakeCodec() {
-    return CreateRSCodec(8, 0x11D, 1, 1, RS_PARITY_SIZE, 0);
-}
-
 void RSEncode(State& aState) {
-    const auto lCodec = MakeCodec();
     auto lCodeword = TestPattern(0, 0, RS_CODEWORD_SIZE);
     for (auto _ : aState) {
-        EncodeRS(lCodec.get(), lCodeword.data(), lCodeword.data() + RS_DATA_SIZE);
+        EncodeRS(SharedRSCodec(), lCodeword.data(), lCodeword.data() + RS_DATA_SIZE);
         benchmark::ClobberMemory();
     }
     Report(aState, RS_DATA_SIZE, PlainReedSolomon().IsCodeword(lCodeword.data()));
@@ -222,10 +213,9 @@ void Decode(State& aState, Decoder aDecode) {
 }
 
 void RSDecode(State& aState) {
-    const auto lCodec = MakeCodec();
-    Decode(aState, [&lCodec](uint8_t* apCodeword, int32_t* apPositions, int32_t aCount) {
-        return DecodeRS(lCodec.get(), apCodeword, apPositions, aCount);
-    });
+    Decode(
+        aState, [](uint8_t* apCodeword, int32_t* apPositions,
+                   int32_t aCount) { return DecodeRS(SharedRSCodec(), apCodeword, apPositions, aCount); });
 }
 BENCHMARK(RSDecode)->ArgNames({"erasures", "errors"})->Args({0, 0})->Args({24, 0})->Args({12, 12})->Args({0, 24});
 
@@ -241,14 +231,13 @@ BENCHMARK(RSDecodePlain)->ArgNames({"erasures", "errors"})->Args({24, 0});
 void FECRoundTrip(State& aState) {
     const auto lUnit = SampleUnit();
     const auto lErrors = static_cast<uint32_t>(aState.range(0));
-    const auto lCodec = MakeCodec();
     FECProcessor lProcessor;
     std::vector<uint32_t> lMissing(lErrors);
     std::iota(lMissing.begin(), lMissing.end(), 1u);
     bool lGood = true;
     for (auto _ : aState) {
         const FECLayout lLayout(lUnit->GetSize(), lErrors, UDP_MAX_PACKET_SIZE);
-        auto lFragments = ProtectPacket(*lCodec, lLayout, lUnit->cData);
+        auto lFragments = ProtectPacket(*SharedRSCodec(), lLayout, lUnit->cData);
         std::fill_n(lFragments.begin() + lLayout.mFragmentSize, lErrors * lLayout.mFragmentSize, uint8_t{0});
         Packet lReceived(static_cast<uint32_t>(lFragments.size()));
         lReceived.Write(static_cast<uint32_t>(lFragments.size()), lFragments.data());
@@ -265,7 +254,7 @@ BENCHMARK(FECRoundTrip)->ArgName("lost")->Arg(1)->Arg(7);
 
 void FifoPutGet(State& aState) {
     const auto lUnit = SampleUnit();
-    PacketFifo lFifo(FIFO_SIZE);
+    PacketFifo lFifo(DCP_FIFO_CAPACITY);
     bool lGood = true;
     for (auto _ : aState) {
         Packet* lpTaken = nullptr;
@@ -401,7 +390,7 @@ public:
     }
 
 private:
-    static constexpr uint32_t PACKETS = 65536 / 8;
+    static constexpr uint32_t PACKETS = 8192;
     std::vector<std::unique_ptr<PFTPacket>> cFragments;
     size_t cNext = 0;
 };
@@ -411,25 +400,20 @@ void Reassemble(State& aState) {
     const auto lFragments = static_cast<uint32_t>(aState.range(1));
     FragmentLayer lTransport(lFragments);
     StackReporter lReporter;
-    PFTLayer lPFT;
-    lPFT.ciReporter = &lReporter;
-    lPFT.SetLowerLayer(&lTransport);
-    lPFT.RegisterTag("AF", nullptr);
-    AFLayer lAF;
-    lAF.SetLowerLayer(&lPFT);
-    lAF.SetFileMode(true);
-    lAF.RegisterTag("T", nullptr);
+    Stack lStack(&lTransport, PFT_MODE_FRAGMENT);
+    lStack.mPFT.ciReporter = &lReporter;
+    lStack.mAF.SetFileMode(true);
     if (aState.range(0) == 1) {
-        lPFT.SetLive(false);
-        lAF.ciLive = true;
+        lStack.mPFT.SetLive(false);
+        lStack.mAF.ciLive = true;
     }
     Packet lOut(0);
     int64_t lDelivered = 0;
     for (auto _ : aState) {
         uint32_t lTimeOut = TIME_OUT;
-        lDelivered += lAF.Receive(&lOut, &lTimeOut, 0) == 1 ? 1 : 0;
+        lDelivered += lStack.mAF.Receive(&lOut, &lTimeOut, 0) == 1 ? 1 : 0;
     }
-    if (lDelivered < aState.iterations() / 100 * 99)  // the numbering begins anew now and then
+    if (lDelivered < aState.iterations() / 100 * 99)  // the numbering begins anew after PACKETS
         aState.SkipWithError("packets are missing");
     aState.SetItemsProcessed(aState.iterations() * lFragments);
 }
