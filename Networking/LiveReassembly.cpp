@@ -252,18 +252,16 @@ void LiveReassembly::ReportPart(StackEvent aOfFragment, StackEvent aOfPacket) {
 // Returns a hash of the numbers, the size, and the first and last bytes of the part in hand; never 0, which stands for
 // no datagram.
 uint64_t LiveReassembly::Fingerprint() const {
-    unsigned char lEnds[16] = {};
     const size_t lSize = cPart.mHeader.mPlen;
-    const size_t lHalf = std::min<size_t>(lSize, sizeof lEnds / 2);
-    std::memcpy(lEnds, cPart.mPayload, lHalf);
-    std::memcpy(lEnds + sizeof lEnds / 2, cPart.mPayload + lSize - lHalf, lHalf);
-    uint64_t lFingerprint = 0xCBF29CE484222325;  // FNV-1a
-    const auto lMix = [&lFingerprint](uint64_t aValue) { lFingerprint = (lFingerprint ^ aValue) * 0x100000001B3; };
-    lMix(cPart.mHeader.mPSeq);
-    lMix(cPart.mHeader.mFindex);
-    lMix(lSize);
-    for (const unsigned char lByte : lEnds)
-        lMix(lByte);
+    uint64_t lFirst = 0;
+    uint64_t lLast = 0;
+    const size_t lCount = std::min(lSize, sizeof lFirst);
+    std::memcpy(&lFirst, cPart.mPayload, lCount);
+    std::memcpy(&lLast, cPart.mPayload + lSize - lCount, lCount);
+    uint64_t lFingerprint = 0xCBF29CE484222325;  // as FNV-1a, but 64 bits at a time
+    for (const uint64_t lValue :
+         {uint64_t{cPart.mHeader.mPSeq}, uint64_t{cPart.mHeader.mFindex}, uint64_t{lSize}, lFirst, lLast})
+        lFingerprint = (lFingerprint ^ lValue) * 0x100000001B3;
     return lFingerprint | 1;
 }
 

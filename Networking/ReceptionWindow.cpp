@@ -71,6 +71,7 @@ void ReceptionWindow::Stop() {
     for (Slot& lSlot : cSlots)
         lSlot.Clear();
     cActive = false;
+    cHeard = 0;
     cDatagrams = 0;
 }
 
@@ -97,9 +98,11 @@ int32_t ReceptionWindow::PlaceOf(const ReceivedPart& aPart) {
 
 PacketParts::Added ReceptionWindow::Put(const ReceivedPart& aPart, int32_t aPlace, uint64_t aNow) {
     Slot& lSlot = At(aPlace);
+    const bool lWasHeard = lSlot.IsHeard();
     const PacketParts::Added lAdded = lSlot.Add(aPart);
     if (lAdded != PacketParts::Added::NEW)
         return lAdded;
+    cHeard += lWasHeard ? 0 : 1;
     ++cDatagrams;
     ++lSlot.mUncounted;
     lSlot.mLastNews = aNow;
@@ -132,6 +135,7 @@ bool ReceptionWindow::IsNextAlone(const ReceivedPart& aPart, int32_t aPlace) con
 }
 
 void ReceptionWindow::SkipNext() {
+    cHeard -= At(0).IsHeard() ? 1 : 0;
     At(0).Clear();
     cFirst = (cFirst + 1) % SIZE;
     if (cHighest == cNext)
@@ -151,11 +155,6 @@ uint64_t ReceptionWindow::DeadlineOf(const Slot& aSlot) const {
 
 uint64_t ReceptionWindow::GetDeadline() const {
     return cActive ? DeadlineOf(At(0)) : NEVER;
-}
-
-uint32_t ReceptionWindow::GetHeard() const {
-    return static_cast<uint32_t>(std::count_if(
-        cSlots.begin(), cSlots.end(), [](const Slot& aSlot) { return aSlot.IsHeard(); }));
 }
 
 bool ReceptionWindow::Join(const Slot& aSlot, FECProcessor& aFEC, Packet* apPacket) {

@@ -69,7 +69,7 @@ public:
     uint64_t GetDeadline() const;
     static constexpr uint64_t NEVER = UINT64_MAX;
 
-    uint32_t GetHeard() const;                            // packets of which something is here
+    uint32_t GetHeard() const { return cHeard; }          // packets of which something is here
     uint64_t GetDatagrams() const { return cDatagrams; }  // put since Start
     uint16_t GetNext() const { return cNext; }            // the number of the next packet to leave
     uint16_t GetHighest() const { return cHighest; }
@@ -108,6 +108,7 @@ private:
     bool cIsWholePackets = false;
     uint16_t cNext = 0;
     uint16_t cHighest = 0;
+    uint32_t cHeard = 0;
     uint64_t cDatagrams = 0;
     uint64_t cLastNews = 0;
     uint32_t cFirst = 0;  // the slot of the next packet
