@@ -35,10 +35,10 @@ public:
     // have been sent.
     uint32_t Send(Packet* apPacket) override;
 
-    // The results of LiveReassembly after SetLive; before it, as follows.
-    // Returns 1 with a packet; 2 when the layer below timed out; 0 without a code when a packet was lost.  At the start
-    // and after 0 and 2 it waits for a first fragment; until one comes it returns only when the layer below is at its
-    // end (2).  A failure of the layer below and a damaged fragment are only traced, as the assertion "0".
+    // After SetLive the results are those of LiveReassembly.  Otherwise returns 1 with a packet; 2 when the layer below
+    // timed out; 0 without a code when a packet was lost.  At the start and after 0 and 2 it waits for a first
+    // fragment; until one comes it returns only when the layer below is at its end (2).  A failure of the layer below
+    // and a damaged fragment are only traced, as the assertion "0".
     uint32_t Receive(Packet* apOut, uint32_t* apTimeOut, uint32_t aTagIndex) override;
 
     // Receives live from now on (LiveReassembly).  aPacesItself is as in the transport's traits.

@@ -111,7 +111,7 @@ void DumpReport::ShowProgress() {
                        std::max(cSource.GetShare(), ShareOf(cUnits, cForm.mUnits)));
 }
 
-// For a line on the terminal that may show the progress.
+// Clears the progress before a line that goes to the same terminal.
 void DumpReport::MakeRoom() {
     if (cOnTerminal)
         cProgress.Clear();

@@ -44,7 +44,7 @@ private:
 
     const Form cForm;
     const UnitSource& cSource;
-    const bool cOnTerminal;  // the lines
+    const bool cOnTerminal;  // standard output is a terminal
     Progress cProgress;
     uint64_t cUnits = 0;
     uint64_t cBytes = 0;

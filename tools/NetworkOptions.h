@@ -18,7 +18,7 @@ struct SendingOptions {
     std::string mInterface;    // name or IPv4 address: where multicast goes out; empty: the system's choice
     uint32_t mTimeToLive = 0;  // 0: the system's
     uint32_t mDSCP = 0;
-    uint32_t mProtection = 0;  // lost fragments of a packet; above 0 stands for fec=1 and before the registry's number
+    uint32_t mProtection = 0;  // lost fragments of a packet; above 0 means fec=1 and goes before the registry
 };
 
 void AddReceivingOptions(CommandLine* apLine, ReceivingOptions* apOptions);

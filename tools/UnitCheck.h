@@ -54,6 +54,6 @@ private:
     DlfcWatch cCounters;
     SuperFrameOrder cOrder;
     bool cOrderStarted = false;
-    std::optional<uint32_t> cModeFields;  // of the last unit, side by side
+    std::optional<uint32_t> cModeFields;  // the fields of the last unit's mode in one number
     std::string cMode;
 };

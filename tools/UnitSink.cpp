@@ -28,8 +28,8 @@ UnitSink::Result UnitSink::Send(Packet* apUnit) {
 }
 
 bool UnitSink::IsFull() const {
-    // FileLayer counts changes of the sequence number, and our first packet has the 0 that it starts from: n units make
-    // n - 1 changes.
+    // FileLayer counts changes of the sequence number from 0 on, which the first packet of an endpoint has: n units
+    // make n - 1 changes.
     const FileLayer* const lpFile = cEndpoint.ciFileLayer;
     return lpFile != nullptr && lpFile->ciRecordCount + 1 >= lpFile->ciRecordLimit;
 }

@@ -29,9 +29,9 @@ public:
     // came before the first pass.
     int OpenAgain(std::string* apError);
 
-    // Leaves out, of a recording, what comes before the first super frame that begins at unit aUnit or after it, and of
-    // MCI and SDI, which have none, before aUnit.  The units of a recording count from 1.  False when there is nothing
-    // to begin with, or the process is to end.
+    // Leaves out the beginning of a recording: of MDI all before the first super frame that begins at unit aUnit or
+    // later, of MCI and SDI all before unit aUnit.  Units count from 1.  False when nothing is left, or the process is
+    // to end.
     bool Skip(uint32_t aUnit);
 
     // Starts to keep what arrives over a network for Receive, at most TOOL_FIFO_CAPACITY units.
@@ -51,7 +51,7 @@ public:
     bool AtEnd() const { return cAtEnd; }                             // the whole recording or capture was read
 
     uint64_t GetUnits() const { return cUnits; }  // of a recording or capture, so far in this pass
-    // How much of a recording was read in this pass, behind what was left out; 0 for other sources.
+    // Which part of a recording (0 to 1), without what Skip left out, was read in this pass; 0 for other sources.
     double GetShare() const;
     bool IsLongerThanDefault() const { return IsFile() && cEndpoint.ciFileLayer->ciFileSize > FILE_MAX_SIZE; }
 
@@ -74,9 +74,9 @@ private:
     Findings cFindings;
     uint64_t cUnits = 0;
     uint64_t cSkipped = 0;              // bytes that Skip left out
-    std::string cFirst;                 // the unit that it found there
+    std::string cFirst;                 // bytes of the unit that Skip found there
     const TAGPacket* cpUnit = nullptr;  // of the last Pull
-    bool cFound = false;                // by Skip: Receive will give it
+    bool cFound = false;                // Skip found its unit, which the next Receive gives
     bool cAtEnd = false;
     bool cDraining = false;
     uint32_t cLeft = 0;  // units to hand out yet, while draining
