@@ -197,7 +197,6 @@ void FileLayer::EndPass() {
 
 uint32_t FileLayer::FailPass() {
     Report(StackEvent::RECORDING_FAILED);
-    Report(StackEvent::PASS_ENDED);
     cCutOff = false;
     ciReadOffset = 0;
     platform::Print("MDI File cannot be read at byte %" PRIu64 ".\n", Input().mOffset);

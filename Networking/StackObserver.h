@@ -15,8 +15,8 @@ enum class StackEvent : uint32_t {
     SOURCE_FOLLOWED,    // the datagram's sender is followed from now on
     RECORD_SKIPPED,     // the record has another form or protocol, or is too long
     RECORDING_CUT_OFF,  // the recording ends in the middle of a record
-    RECORDING_FAILED,   // the rest of this pass cannot be read
-    PASS_ENDED,         // a pass over the recording has ended
+    RECORDING_FAILED,   // it cannot be read on, or has become too long: the pass ends without PASS_ENDED
+    PASS_ENDED,         // a pass over the recording has come to its end
 
     // PFT fragments; mNumber is their PSeq.
     FRAGMENT_DAMAGED,  // its header does not parse, so there is no number

@@ -250,6 +250,8 @@ TEST_F(FileLayerTest, LosesAPassOfAFileThatChanges) {
              ".\nMDI File is too short (0).\nMDI File is too short (0).\n",
          1},
         {"appended to", [&] { std::ofstream("rec.mdi", std::ios::app) << C; }, "AF4 PF2 AF1 AF4 PF2 AF3 AF1 ", "", 0},
+        {"written anew", [&] { WriteFile(B + D + A); }, "0:10 PF2 AF4 AF1 ",
+         "MDI File cannot be read at byte " + std::to_string(A.size()) + ".\n", 1},
         {"replaced", [&] { lReplace(C + B); }, "AF4 PF2 AF3 PF2 AF3 ", "", 0},
         {"removed", [] { std::filesystem::remove("rec.mdi"); }, "AF4 PF2 AF1 AF4 PF2 ", "", 0},
     };
