@@ -32,12 +32,19 @@ bool IsVlan(uint32_t aType) {
     return aType == TYPE_VLAN || aType == TYPE_SERVICE_VLAN || aType == TYPE_OLD_DOUBLE_VLAN;
 }
 
+// Whether a byte can be the first one of an IPv4 header: version 4, and a header of 20 bytes or more.
+bool BeginsIPv4(unsigned char aByte) {
+    return aByte >= 0x45 && aByte <= 0x4F;
+}
+
 // Linux captures all interfaces at once with the type that follows the last tag, but takes only the first tag out of
-// the bytes.  So where an IPv4 header should be, there may be a tag of the same type and the header behind it.
+// the bytes.  So where an IPv4 header should be, there may be more tags, and the header behind them.
 bool HidesVlan(const LinkPayload& aPayload) {
     const ByteView lBytes = aPayload.mBytes;
-    return aPayload.mType == TYPE_IPV4 && lBytes.size() > VLAN_TAG_SIZE && lBytes[0] >> 4 != 4 &&
-           ReadU16(&lBytes[2]) == TYPE_IPV4 && lBytes[VLAN_TAG_SIZE] >> 4 == 4;
+    if (aPayload.mType != TYPE_IPV4 || lBytes.size() <= VLAN_TAG_SIZE || BeginsIPv4(lBytes[0]))
+        return false;
+    const uint32_t lType = ReadU16(&lBytes[2]);
+    return IsVlan(lType) || (lType == TYPE_IPV4 && BeginsIPv4(lBytes[VLAN_TAG_SIZE]));
 }
 
 // A header of aSize bytes that tells the type of what follows at aTypeOffset, and VLAN tags.

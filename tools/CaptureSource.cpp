@@ -39,7 +39,7 @@ int CaptureSource::ChooseStream(CaptureAddress* apAddress, std::string* apError)
             lStreams.Add(lDatagram);
     if (lStreams.Get().empty()) {
         *apError = apAddress->mFile + " holds no DCP: " + CountsText(lDecoder.GetCounts());
-        *apError += cFile.GetDamage().empty() ? "" : "; it is damaged " + cFile.GetDamage();
+        *apError += cFile.GetDamage().empty() ? "" : "; it cannot be read " + cFile.GetDamage();
         return STATUS_FAILED;
     }
     if (lStreams.Get().size() > 1) {

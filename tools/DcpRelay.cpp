@@ -174,12 +174,14 @@ int Relay::Run() {
         Say("FROM is damaged; mdi-dump tells where");
     if (OutputError() != 0 && OutputError() != EPIPE)
         return cLine.Fail(STATUS_FAILED, "standard output cannot be written: " + SystemText(OutputError()));
+    if (!cSource.GetCaptureCounts().empty())
+        Say(cSource.GetCaptureCounts());
+    if (!cSource.GetCaptureDamage().empty())
+        return cLine.Fail(STATUS_FAILED, "FROM cannot be read " + cSource.GetCaptureDamage());
     if (cSource.AtEnd() && cStatistics.GetReceived() == 0)
         return cLine.Fail(STATUS_FAILED, "there is no unit of this protocol in FROM");
     if (lPass != Pass::FAILED && cStatistics.GetReceived() > 0 && cStatistics.GetSent() == 0)
         return cLine.Fail(STATUS_FAILED, "no unit went out");
-    if (!cSource.GetCaptureDamage().empty())
-        return cLine.Fail(STATUS_FAILED, cSource.GetCaptureDamage());
     if (cOptions.mStrict && LostOnTheWay())
         return STATUS_FAILED;
     return lPass == Pass::FAILED || (cRefused > 0 && cSink.IsFile()) ? STATUS_FAILED : STATUS_DONE;

@@ -76,6 +76,6 @@ int main(int argc, char** argv) {
     if (!lSource.GetCaptureCounts().empty())
         lLine.Say(lSource.GetCaptureCounts());
     if (!lSource.GetCaptureDamage().empty())
-        return lLine.Fail(STATUS_FAILED, lSource.GetCaptureDamage());
+        return lLine.Fail(STATUS_FAILED, "the capture cannot be read " + lSource.GetCaptureDamage());
     return lSource.IsFile() && !lReport.IsSound() ? STATUS_FAILED : STATUS_DONE;
 }
