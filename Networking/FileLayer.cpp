@@ -7,8 +7,10 @@
 #include <utility>
 #include <vector>
 
+#include "Networking/AFFormat.h"
 #include "Networking/ByteOrder.h"
 #include "Networking/FrameTime.h"
+#include "Networking/PFTFormat.h"
 #include "Networking/RecordingImage.h"
 #include "Networking/RecordingStream.h"
 #include "platform/Clock.h"
@@ -16,9 +18,6 @@
 #include "platform/Thread.h"
 
 namespace {
-
-constexpr uint32_t AF_SEQUENCE_OFFSET = 6;
-constexpr uint32_t PFT_SEQUENCE_OFFSET = 2;
 
 // A long stretch without a packet that can be used does not take the whole processor: so many bytes, then a pause in
 // milliseconds.  A file that is held in memory has no such stretch.
@@ -253,7 +252,7 @@ uint32_t FileLayer::Send(Packet* apPacket) {
     if (apPacket->GetSize() > ciMaxPacketSize)
         return Fail(LAYER_PACKET_TOO_BIG);
     const bool lIsAF = apPacket->GetSize() > 0 && apPacket->cData[0] == 'A';
-    const uint32_t lOffset = lIsAF ? AF_SEQUENCE_OFFSET : PFT_SEQUENCE_OFFSET;
+    const uint32_t lOffset = lIsAF ? AF_SEQUENCE_OFFSET : PFT_PSEQ_OFFSET;
     if (apPacket->GetSize() < lOffset + 2)
         return Fail(FILE_WRITE_FAILED);
     const uint16_t lSequence = ReadU16(apPacket->cData + lOffset);

@@ -190,7 +190,8 @@ int Relay::Run() {
 bool Relay::LostOnTheWay() const {
     const ReceptionStatistics* const lpReception = cSource.GetReception();
     return cStatistics.GetLost() > 0 || cFaults.HasLoss() ||
-           (lpReception != nullptr && lpReception->Get(StackEvent::PACKETS_LOST) > 0);
+           (lpReception != nullptr &&
+            lpReception->Get(StackEvent::PACKETS_LOST) + lpReception->Get(StackEvent::UNIT_OVERFLOWED) > 0);
 }
 
 Relay::Pass Relay::Take() {
