@@ -268,17 +268,6 @@ TEST_F(FileLayerTest, LosesAPassOfAFileThatChanges) {
     }
 }
 
-TEST_F(FileLayerTest, SleepsTheDelayOnce) {
-    WriteFile(A);
-    ASSERT_EQ(1u, cLayer.Open("rec.mdi", false, 0));
-    Packet lOut(0);
-    uint32_t lTimeOut = 60;
-    const uint32_t lStart = platform::TickCount();
-    EXPECT_EQ(1u, cLayer.Receive(&lOut, &lTimeOut, 0));
-    EXPECT_GE(platform::TickCount() - lStart, 60u);
-    EXPECT_EQ(0u, lTimeOut);
-}
-
 TEST_F(FileLayerTest, RecordsUntilTheLimitIsCounted) {
     const auto lFragment = [](int aSequence) {
         return std::string("PF") + '\0' + static_cast<char>(aSequence) + "rest";
@@ -302,11 +291,6 @@ TEST_F(FileLayerTest, RecordsUntilTheLimitIsCounted) {
     EXPECT_EQ(Record(lPacket(9), std::string(8, '\0')), ReadFile("rec.mdi"));
     cLayer.Close();
     EXPECT_EQ(FILE_WRITE_FAILED, CodeOf(cLayer, SendPacket(lPacket(9))));
-}
-
-TEST_F(FileLayerTest, AFullDiskShowsAtOnce) {
-    ASSERT_EQ(1u, cLayer.Open("/dev/full", true, 3));
-    EXPECT_EQ(FILE_WRITE_FAILED, CodeOf(cLayer, SendPacket("AF123456")));
 }
 
 }  // namespace

@@ -67,16 +67,6 @@ TEST(MdiMakeTest, MakesTheRecordingsThatWereChecked) {
         EXPECT_EQ(lSum, Make(lArguments)) << lArguments;
 }
 
-TEST(MdiMakeTest, RefusesStreamsOfAnotherForm) {
-    for (const char* const lpStreams : {"1,", "0", "4096", "1,1,1,1,1"}) {
-        const char* const ARGUMENTS[] = {"mdi-make", "out.mdi", "--streams", lpStreams};
-        MdiMakeOptions lOptions;
-        CommandLine lLine("mdi-make", "");
-        AddMdiMakeOptions(&lLine, &lOptions);
-        EXPECT_EQ(STATUS_USAGE, lLine.Read(4, ARGUMENTS)) << lpStreams;
-    }
-}
-
 TEST(MdiMakeTest, RefusesWithAReason) {
     const std::pair<const char*, const char*> CASES[] = {
         {"--mode=C --occupancy=9", "robustness modes C and D have occupancies 3 and 5 (10 and 20 kHz) only"},

@@ -82,17 +82,4 @@ TEST(PFTPacketTest, RefusesDamage) {
         EXPECT_EQ(0u, Received(lBytes).Parse()) << lName;
 }
 
-TEST(PFTPacketTest, WritesNothingBeyondItsCapacity) {
-    const unsigned char lPayload[3] = {};
-    for (uint32_t lCapacity = 0; lCapacity < 23; ++lCapacity) {
-        PFTPacket lPacket(lCapacity);
-        lPacket.SetRSParameters(1, 2);
-        lPacket.SetAddresses(3, 4);
-        EXPECT_EQ(0u, lPacket.WritePayload(3, lPayload)) << lCapacity;
-        EXPECT_EQ(PACKET_WRITE_OVERFLOW, lPacket.GetError());
-        EXPECT_EQ(lCapacity >= 20 ? 1u : 0u, lPacket.SetHeader(1, 0, 1)) << lCapacity;
-        EXPECT_EQ(lCapacity >= 20 ? 0u : PACKET_WRITE_OVERFLOW, lPacket.GetError());
-    }
-}
-
 }  // namespace

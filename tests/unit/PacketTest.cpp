@@ -60,18 +60,6 @@ TEST(PacketTest, CutsAReadAtTheValidBytes) {
     EXPECT_EQ(lPacket.cData + 8, lPacket.cReadPosition);
 }
 
-TEST(PacketTest, WritesThePayloadInItsPlace) {
-    EXPECT_EQ(0u, Packet(8).WritePayload(1, Octets("a")));  // there is no payload view yet
-    Filled lPacket;
-    lPacket.SetSize(2);
-    EXPECT_EQ(PACKET_WRITE_OVERFLOW, CodeOf(lPacket, lPacket.WritePayload(7, Octets("tuvwxyz"))));
-    EXPECT_EQ(lPacket.cData + 6, lPacket.cWritePosition);
-    EXPECT_EQ(Got(1, "abtuvwxy"), ReadText(&lPacket, 8));
-    unsigned char lPayload[6];
-    EXPECT_EQ(1u, lPacket.ReadPayload(lPayload));
-    EXPECT_EQ('y', lPayload[5]);
-}
-
 TEST(PacketTest, ViewsBytesOfAnother) {
     Filled lOwner;
     Packet lView(0);

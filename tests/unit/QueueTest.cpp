@@ -25,21 +25,6 @@ std::string Take(PacketFifo& aFifo, uint32_t aTimeOut) {
     return std::to_string(lPacket->cData[0]) + " " + lPacket->cProtocol + " " + lPacket->cPayloadProtocol;
 }
 
-TEST(LayerTest, TakesTwoTagsOnce) {
-    FakeTransport lLayer;
-    uint32_t lIndex = 9;
-    const std::pair<std::string, uint32_t> TAGS[] = {{"DMDI", 0}, {"DMCI", 1}, {"DMDI", 1}};
-    for (const auto& [lTag, lExpected] : TAGS) {
-        EXPECT_EQ(1u, lLayer.RegisterTag(lTag.c_str(), &lIndex));
-        EXPECT_EQ(lExpected, lIndex) << lTag;
-    }
-    EXPECT_EQ(LAYER_TOO_MANY_TAGS, CodeOf(lLayer, lLayer.RegisterTag("DSDI", nullptr)));
-    EXPECT_EQ(0u, lLayer.GetError());
-    EXPECT_EQ(1u, lLayer.GetTagIndex("DMCI"));
-    EXPECT_EQ(LAYER_NO_TAG_INDEX, lLayer.GetTagIndex("DSDI"));
-    EXPECT_FALSE(lLayer.IsThisTagRegistered(nullptr));
-}
-
 TEST(PacketFifoTest, KeepsOwnCopiesInOrderUpToItsCapacity) {
     PacketFifo lFifo(3);
     for (const int lNumber : {1, 2, 3, 4}) {
@@ -84,24 +69,6 @@ TEST(PacketQueueTest, OrdersBySequenceAroundTheCircleAndIndex) {
             EXPECT_STREQ("DMDI", lpStored->cProtocol);
         }
     }
-}
-
-TEST(PacketQueueTest, RefusesWhenFullAndWhenEmpty) {
-    PacketQueue lQueue(2);
-    Packet* lpStored = nullptr;
-    uint32_t lKey = 0;
-    EXPECT_EQ(QUEUE_EMPTY, CodeOf(lQueue, lQueue.GetFirst(&lpStored, &lKey, &lKey, &lKey)));
-    for (const int lNumber : {1, 2, 3}) {
-        const NumberedPacket lPacket(lNumber);
-        EXPECT_EQ(lNumber <= 2 ? 1u : 0u, lQueue.Insert(&lPacket, static_cast<uint32_t>(lNumber), 0, 0));
-    }
-    EXPECT_EQ(QUEUE_FULL, lQueue.GetError());
-    EXPECT_EQ(0u, lQueue.GetError());
-    // The packet that GetFirst hands out lives until its slot is used again.
-    ASSERT_EQ(1u, lQueue.GetFirst(&lpStored, &lKey, &lKey, &lKey));
-    EXPECT_EQ(1, lpStored->cData[0]);
-    lQueue.Clear();
-    EXPECT_TRUE(lQueue.IsEmpty());
 }
 
 }  // namespace

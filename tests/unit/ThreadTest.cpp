@@ -182,18 +182,6 @@ TEST(ThreadTest, ASuspendedWaiterLeavesTheCountToOthers) {
     EXPECT_TRUE(Eventually([&] { return lWorker.cReturned.load(); }));
 }
 
-TEST(ThreadTest, IsEndedWhileItEndsAnother) {
-    Worker lComputing(KINDS[0].Work());
-    Worker lEnder([&lComputing](Worker& aWorker) {
-        ++aWorker.cRounds;
-        lComputing.cThread.End();
-    });
-    ASSERT_TRUE(Eventually([&] { return lEnder.cRounds == 1; }));
-    Sleep(GRACE_MILLISECONDS / 4);
-    lEnder.cThread.End();
-    EXPECT_TRUE(Eventually([&] { return !lComputing.cThread.IsRunning(); }));
-}
-
 // A thread that allocates most of the time is stopped, and another one gives back what it allocated.
 TEST(ThreadTest, AStoppedThreadLeavesTheAllocatorToOthers) {
     using Block = std::unique_ptr<char[]>;

@@ -108,10 +108,4 @@ TEST_F(UDPIPLayerTest, SendsNothingToAnUnreachableDestination) {
     EXPECT_TRUE(TraceLines().empty());
 }
 
-TEST_F(UDPIPLayerTest, ADeadSocketIsTraced) {
-    EXPECT_EQ(UDP_SEND_FAILED, CodeOf(cSender, Send("PF")));
-    ASSERT_EQ(1u, TraceLines().size());
-    EXPECT_TRUE(TraceLines()[0].ends_with(" setting Socket TimeOut failed."));
-}
-
 }  // namespace
