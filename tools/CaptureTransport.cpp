@@ -49,9 +49,7 @@ void CaptureTransport::Take(const CaptureDatagram& aDatagram) {
 }
 
 uint32_t CaptureTransport::End() {
-    if (ciAtEnd)
-        BrakeFailure();
-    else if (!cSource.GetDamage().empty())
+    if (!ciAtEnd && !cSource.GetDamage().empty())
         Report(StackEvent::RECORDING_FAILED);
     ciAtEnd = true;
     ciError = FILE_END;

@@ -22,7 +22,7 @@ public:
 
     // Does not wait, whatever *apTimeOut is.  1, apOut views the next datagram of a registered protocol; 2 with
     // FILE_END at the end of the capture or of what can be read of it, and the transport is at its end; 2 without a
-    // code when the process is to end.  Who asks on behind the end is held up RETRY_DELAY each time.
+    // code when the process is to end.
     //
     // The reports' times are the capture's stamps, but never go back: a stamp that does counts as the latest one before
     // it.  Their records are the frames' numbers.
