@@ -170,7 +170,12 @@ TEST(LiveReassemblyTest, LosesOnlyWhatTheNetworkLost) {
     using Channel = std::function<void(Datagrams&)>;
     const std::pair<const char*, Channel> CHANNELS[] = {
         {"sound", [](Datagrams&) {}},
-        {"loss", [&](Datagrams& aAll) { std::erase_if(aAll, [&](const Datagram&) { return lOneIn(12); }); }},
+        {"loss, and a pause behind a packet that lost half",
+         [&](Datagrams& aAll) {
+             std::erase_if(aAll, [&](const Datagram& aOne) { return lOneIn(aOne.mUnit == 41 ? 2 : 12); });
+             for (Datagram& lDatagram : aAll)
+                 lDatagram.mTime += lDatagram.mUnit > 41 ? 2 * FRAME : 0;
+         }},
         {"doubles",
          [&](Datagrams& aAll) {
              for (size_t lIndex = 0; lIndex < aAll.size(); ++lIndex)
