@@ -118,7 +118,7 @@ TEST(OptionalSettingsTest, TakesNothingByHalves) {
         {"DrmOutputInterface", lInterface, {"eth0", "10.0.0.1", ""}, {"10.0.0", "10.0.0.256", "10.0.0.1.", "1"}},
         {"DrmOutputTTL", "1 to 255", {"1", "255", ""}, {"0", "256"}},
         {"DrmOutputDSCP", "0 to 63", {"0", "63", ""}, {"64"}},
-        {"MetricsFile", "the path of a file that can be written", {""}, {"none/file"}},
+        {"MetricsFile", "the path of a file that can be written", {""}, {"none/file", "."}},
         {"InputFileSizeLimit",
          "524288 to 1099511627776",
          {"524288", "1099511627776", ""},

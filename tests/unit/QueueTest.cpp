@@ -41,12 +41,6 @@ TEST(PacketFifoTest, KeepsOwnCopiesInOrderUpToItsCapacity) {
     EXPECT_EQ(1u, lFifo.Put(&lLast));  // the destructor frees it
 }
 
-TEST(PacketFifoTest, TimesOutAloud) {
-    PacketFifo lFifo(1);
-    Packet* lpPacket = nullptr;
-    EXPECT_EQ("TIME_OUT on ciSemaphore->obtain\n", Printed([&] { EXPECT_EQ(2u, lFifo.Get(&lpPacket, 5)); }));
-}
-
 TEST(PacketQueueTest, OrdersBySequenceAroundTheCircleAndIndex) {
     using Keys = std::vector<std::pair<uint32_t, uint32_t>>;
     const std::pair<Keys, Keys> CASES[] = {
